@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <memory>
+
+class QSettings;
+
+// The settings store: keys below "SOFTWARE\Veltrio\" with named values. On
+// Windows it is the registry (HKEY_CURRENT_USER); elsewhere an INI file in
+// which every key below "SOFTWARE\Veltrio\" is a section. Value names match
+// without regard to case; a missing key or value reads as empty.
+class RegistryStore
+{
+public:
+    enum ValueType { Text = 0, Number = 4 };
+
+    RegistryStore();
+    ~RegistryStore();
+    RegistryStore(const RegistryStore &) = delete;
+    RegistryStore &operator=(const RegistryStore &) = delete;
+
+    // Selects a key such as "SOFTWARE\Veltrio\Init".
+    void SetKey(const QString &keyPath);
+    // The value's data as text; empty when the key or value is missing.
+    QString ReadValue(const QString &name) const;
+    // Number of values of the key; 0 when it does not exist.
+    int ValueCount() const;
+    // Name and data of the value at a 1-based index.
+    QString ValueName(int index) const;
+    QString ReadValue(int index) const;
+    // Creates the key when needed and stores the value.
+    void WriteValue(const QString &name, const QVariant &data, ValueType type);
+
+    // Where the store lives: an INI file (--settings, tests), or the
+    // platform's default when empty.
+    static void SetFile(const QString &iniFile);
+    static QString File();
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+
+// Talking to the service: the endpoint rules, the one synchronous request,
+// reading labelled values out of replies, and the record commands.
+namespace basDNS {
+
+inline const QString RecordAdd = QStringLiteral("RECORDADD");
+inline const QString RecordDelete = QStringLiteral("RECORDDELETE");
+
+// --- Endpoints --------------------------------------------------------------
+// "http://" + plain-HTTP host [+ ":" + port] + "/dnslogin3.asp"; no port part
+// when the port text is empty.
+QString PlainURL(const QString &port = QString());
+// "https://" + HTTPS host + "/autoupdate/dnslogin3.asp".
+QString HttpsURL();
+
+// --- Transport ----------------------------------------------------------------
+// GETs sServiceURL + query and returns the reply body; empty when the transfer
+// fails (no connection, timeout, TLS failure, HTTP error). Waits for the reply
+// in a local event loop: the window keeps painting, user input is blocked.
+QString OpenRequest(const QString &query);
+// The transfer timeout in milliseconds (60000 unless a test shortens it).
+int TransferTimeout();
+void SetTransferTimeout(int milliseconds);
+
+// The trimmed value after the first occurrence of the label up to the next
+// "</p"; empty when the label is absent. A label with no "</p" after it
+// raises an invalid-argument run-time error.
+QString GetReplyValue(const QString &reply, const QString &label);
+// A missing value gives empty text, anything else its trimmed text.
+QString NullToEmpty(const std::optional<QString> &value);
+QString NullToEmpty(const QString &value);
+// A record command or the address query succeeded: "SUCCESS" anywhere.
+bool IsSuccess(const QString &reply);
+// Follows the outcome on the main window's status label and tray icon.
+void SetConnectionStatus(bool success);
+
+// --- Record commands ----------------------------------------------------------
+// Sets or removes one record of the account. An empty host becomes "@", also
+// in the caller's variable.
+bool DNSTickler(const QString &domain, QString &host, const QString &command,
+                const QString &recordType, const QString &address, bool bShowMessages,
+                bool bAutoIP);
+// Sets or removes one record under the free sub-domain.
+bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &command,
+                        const QString &recordType, const QString &address, bool bShowMessages);
+// The caller's public address as the service sees it; empty on failure.
+QString GetIPAddress();
+// Keeps sAutoIPList in step with a DNSTickler command.
+void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
+                       const QString &recordType, const QString &address, bool bAutoIP);
+
+// --- Port relays ----------------------------------------------------------------
+// The relay target with the port put in; puts "Http://" in front of a target
+// without a scheme (the caller's variable changes too).
+QString BuildRelayURL(QString &target, const QString &port);
+// Host, port and path of a relay target; outputs a failing step would have
+// set keep their previous values.
+void SplitRelayURL(const QString &target, QString &host, QString &port, QString &path);
+
+} // namespace basDNS

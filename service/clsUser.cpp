@@ -1,0 +1,20 @@
+#include "clsUser.h"
+
+clsUser &User()
+{
+    static clsUser user;
+    return user;
+}
+
+namespace Program {
+void Reset()
+{
+    User() = clsUser{};
+    sServiceURL.clear();
+    bLoggedIn = false;
+    bSaveLogin = false;
+    sAutoIPList.clear();
+    bSkipClosePrompt = false;
+    sStartTime.clear();
+}
+} // namespace Program
