@@ -1,0 +1,117 @@
+#include "PictureButton.h"
+
+#include "Icons.h"
+#include "Twips.h"
+
+#include <QEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+CaptionLabel::CaptionLabel(const QString &objectName, const QString &caption, QWidget *parent)
+    : QLabel(caption, parent)
+{
+    setObjectName(objectName);
+    setAlignment(Qt::AlignCenter);
+    setCursor(Qt::PointingHandCursor);
+}
+
+void CaptionLabel::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        emit pressed();
+    QLabel::mousePressEvent(event);
+}
+
+void CaptionLabel::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton) {
+        emit released();
+        if (rect().contains(event->position().toPoint()))
+            emit clicked();
+    }
+    QLabel::mouseReleaseEvent(event);
+}
+
+PictureButton::PictureButton(const QString &objectName, const QString &labelName,
+                             const QString &caption, QWidget *parent)
+    : QPushButton(parent), m_label(new CaptionLabel(labelName, caption, parent))
+{
+    setObjectName(objectName);
+    setFlat(true);
+    setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::StrongFocus);
+    setPicture(QStringLiteral("ButtonUp"));
+    QFont font = m_label->font();
+    font.setBold(true);
+    m_label->setFont(font);
+    m_label->setStyleSheet(QStringLiteral("color: white; background: transparent;"));
+
+    connect(this, &QPushButton::pressed, this, [this] { setPicture(QStringLiteral("ButtonDwn")); });
+    connect(this, &QPushButton::released, this, [this] { setPicture(QStringLiteral("ButtonUp")); });
+    connect(m_label, &CaptionLabel::pressed, this,
+            [this] { setPicture(QStringLiteral("ButtonDwn")); });
+    connect(m_label, &CaptionLabel::released, this,
+            [this] { setPicture(QStringLiteral("ButtonUp")); });
+}
+
+void PictureButton::setPicture(const QString &resourceName)
+{
+    m_picture = resourceName;
+    update();
+}
+
+void PictureButton::place(int left, int top, int width, int height)
+{
+    Twips::Move(this, left, top, width, height);
+}
+
+void PictureButton::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(rect(), Icons::Picture(m_picture, size()));
+    if (hasFocus()) {
+        painter.setPen(QPen(Qt::white, 1, Qt::DotLine));
+        painter.drawRoundedRect(rect().adjusted(3, 3, -4, -4), 3, 3);
+    }
+}
+
+void PictureButton::followButton()
+{
+    m_label->setGeometry(geometry());
+    m_label->setVisible(isVisible() || (!isHidden() && !parentWidget()->isVisible()));
+    m_label->setEnabled(isEnabled());
+    m_label->raise();
+}
+
+void PictureButton::moveEvent(QMoveEvent *event)
+{
+    QPushButton::moveEvent(event);
+    followButton();
+}
+
+void PictureButton::resizeEvent(QResizeEvent *event)
+{
+    QPushButton::resizeEvent(event);
+    followButton();
+}
+
+void PictureButton::showEvent(QShowEvent *event)
+{
+    QPushButton::showEvent(event);
+    followButton();
+}
+
+void PictureButton::hideEvent(QHideEvent *event)
+{
+    QPushButton::hideEvent(event);
+    if (isHidden())
+        m_label->hide();
+}
+
+void PictureButton::changeEvent(QEvent *event)
+{
+    QPushButton::changeEvent(event);
+    if (event->type() == QEvent::EnabledChange)
+        m_label->setEnabled(isEnabled());
+}

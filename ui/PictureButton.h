@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QLabel>
+#include <QPushButton>
+
+// A command button that shows a picture ("ButtonUp", or "ButtonDwn" while the
+// mouse is held down on it) with a separate caption label laid over it. Both
+// are named controls of their window; a click on either is the button's click
+// (the label's own click signal is there for handlers that must tell them
+// apart).
+class CaptionLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    CaptionLabel(const QString &objectName, const QString &caption, QWidget *parent);
+
+signals:
+    void clicked();
+    void pressed();
+    void released();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+};
+
+class PictureButton : public QPushButton
+{
+    Q_OBJECT
+
+public:
+    // Makes the button and its caption label as children of parent.
+    PictureButton(const QString &objectName, const QString &labelName, const QString &caption,
+                  QWidget *parent);
+
+    CaptionLabel *label() const { return m_label; }
+    // The picture now shown: "ButtonUp" or "ButtonDwn".
+    QString picture() const { return m_picture; }
+    void setPicture(const QString &resourceName);
+
+    // Places button and label, in twips relative to the parent.
+    void place(int left, int top, int width, int height);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void followButton();
+
+    CaptionLabel *m_label;
+    QString m_picture;
+};
