@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QList>
+
+class QWidget;
+
+// The program's windows as a whole: which are loaded, and unloading them.
+namespace Windows {
+
+// The program's top-level windows that exist, in the order they were loaded.
+QList<QWidget *> Loaded();
+// Whether a loaded window of that object name exists (compared ignoring case).
+QWidget *Find(const QString &objectName);
+// Closes a window (running its close check) and deletes it; false when its
+// close check refused.
+bool Unload(QWidget *window);
+
+} // namespace Windows
