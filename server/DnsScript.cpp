@@ -1,0 +1,234 @@
+#include "DnsScript.h"
+
+#include "QueryText.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+// Older requests are dropped beyond this many, so a long-running service
+// does not grow without end.
+constexpr qsizetype maxLoggedRequests = 10000;
+
+QString labelled(const QString &label, const QString &value)
+{
+    return label + value + QStringLiteral("</p>");
+}
+
+// Failure texts never repeat what the caller sent: the client counts any
+// reply that contains the word SUCCESS as a success.
+QString fail(const QString &reason)
+{
+    return QStringLiteral("FAIL</p>") + labelled(QStringLiteral("Error:"), reason);
+}
+
+bool isDottedIPv4(const QString &text)
+{
+    static const QRegularExpression dotted(
+        QStringLiteral("^([0-9]{1,3})\\.([0-9]{1,3})\\.([0-9]{1,3})\\.([0-9]{1,3})$"));
+    const QRegularExpressionMatch match = dotted.match(text);
+    if (!match.hasMatch())
+        return false;
+    for (int i = 1; i <= 4; ++i) {
+        if (match.captured(i).toInt() > 255)
+            return false;
+    }
+    return true;
+}
+
+// The name a record of the free sub-domain must have: the user's own host
+// name or a name under it ("www.demo"). "@.demo" stands for the host itself.
+std::optional<QString> freeHostName(const QString &name, const QString &user)
+{
+    const QString suffix = u'.' + user;
+    if (name.compare(user, Qt::CaseInsensitive) == 0)
+        return name;
+    if (name.compare(u'@' + suffix, Qt::CaseInsensitive) == 0)
+        return user;
+    if (name.size() > suffix.size() && name.endsWith(suffix, Qt::CaseInsensitive) &&
+        !name.startsWith(u'.'))
+        return name;
+    return std::nullopt;
+}
+
+QString describe(const ServiceRecord &record)
+{
+    const QString fullName =
+        record.name == QLatin1String("@") ? record.domain : record.name + u'.' + record.domain;
+    return record.type + QStringLiteral(" record ") + fullName + u' ' + record.address;
+}
+
+} // namespace
+
+DnsScript::DnsScript(AccountBook &book, Today today)
+    : m_book(book), m_today(today ? std::move(today) : Today([] { return QDate::currentDate(); }))
+{}
+
+QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
+{
+    if (m_requests.size() >= maxLoggedRequests)
+        m_requests.removeFirst();
+    m_requests.append(rawQuery);
+
+    const QueryText query(rawQuery);
+    const QString function = query.value(QStringLiteral("fxn")).value_or(QString()).trimmed();
+    const QString caller = callerAddress(peerAddress);
+    const auto is = [&function](const char *name) {
+        return function.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+    };
+    if (is("login"))
+        return login(query, caller);
+    if (is("DNSTickler"))
+        return tickler(query, false);
+    if (is("DNSTicklerAdvanced"))
+        return tickler(query, true);
+    if (is("GetIPAddress"))
+        return getIPAddress(query, caller);
+    return fail(QStringLiteral("Unknown function"));
+}
+
+QString DnsScript::login(const QueryText &query, const QString &caller)
+{
+    const Account *account = m_book.find(query.value(QStringLiteral("usr")).value_or(QString()));
+    const std::optional<QString> password = query.value(QStringLiteral("pwd"));
+    if (!account || !password || *password != account->password) {
+        return labelled(QStringLiteral("DNS LOGIN:"), QStringLiteral("FAIL")) +
+               labelled(QStringLiteral("Error:"), QStringLiteral("Invalid user name or password"));
+    }
+    // An expired account still logs in: the client shows the expiry notice.
+    return labelled(QStringLiteral("DNS LOGIN:"), QStringLiteral("SUCCESS")) +
+           labelled(QStringLiteral("FirstName:"), account->firstName) +
+           labelled(QStringLiteral("LastName:"), account->lastName) +
+           labelled(QStringLiteral("Domains:"), account->domains.join(u',')) +
+           labelled(QStringLiteral("SubDomain:"), account->subDomain) +
+           labelled(QStringLiteral("RecordTypes:"), account->recordTypes.join(u',')) +
+           labelled(QStringLiteral("ExpirationDate:"), account->expirationText()) +
+           labelled(QStringLiteral("IPAddress:"), reportedAddress(caller)) +
+           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records)) +
+           labelled(QStringLiteral("UserLevel:"), account->userLevel);
+}
+
+QString DnsScript::tickler(const QueryText &query, bool advanced)
+{
+    static const char *const required[] = {"Usr",        "Pwd",        "Cname",    "Domain",
+                                           "DNSCommand", "RecordType", "IPAddress"};
+    for (const char *key : required) {
+        if (!query.contains(QLatin1String(key)))
+            return fail(QStringLiteral("Missing parameter ") + QLatin1String(key));
+    }
+    const auto text = [&query](const char *key) {
+        return query.value(QLatin1String(key)).value_or(QString()).trimmed();
+    };
+
+    Account *account = m_book.find(text("Usr"));
+    if (!account || query.value(QStringLiteral("Pwd")) != account->password)
+        return fail(QStringLiteral("Invalid user name or password"));
+    if (account->isExpired(m_today()))
+        return fail(QStringLiteral("Account expired"));
+
+    const QString command = text("DNSCommand").toUpper();
+    const bool adding = command == QLatin1String("RECORDADD");
+    if (!adding && command != QLatin1String("RECORDDELETE"))
+        return fail(QStringLiteral("Unknown command"));
+
+    ServiceRecord record;
+    record.type = account->allowedType(text("RecordType"));
+    if (record.type.isEmpty())
+        return fail(QStringLiteral("Record type not allowed for this account"));
+
+    const QString domain = text("Domain");
+    if (advanced) {
+        // The free sub-domain, named as such, as the user's host name in it,
+        // or left empty.
+        if (account->subDomain.isEmpty())
+            return fail(QStringLiteral("The account has no free sub-domain"));
+        if (!domain.isEmpty() && account->ownedDomain(domain) != account->subDomain &&
+            domain.compare(account->hostName(), Qt::CaseInsensitive) != 0)
+            return fail(QStringLiteral("Unknown domain"));
+        record.domain = account->subDomain;
+    } else {
+        record.domain = domain.isEmpty() ? account->subDomain : account->ownedDomain(domain);
+        if (record.domain.isEmpty())
+            return fail(domain.isEmpty() ? QStringLiteral("Missing parameter Domain")
+                                         : QStringLiteral("Unknown domain"));
+    }
+
+    record.name = text("Cname");
+    if (record.name.isEmpty())
+        record.name = QStringLiteral("@");
+    if (record.domain == account->subDomain) {
+        const auto name = freeHostName(record.name, account->user);
+        if (!name)
+            return fail(QStringLiteral("Name not allowed in the free sub-domain"));
+        record.name = *name;
+    }
+
+    record.address = text("IPAddress");
+    if (record.address.isEmpty() && advanced)
+        record.address = account->hostName();
+    if (record.address.isEmpty())
+        return fail(QStringLiteral("Missing parameter IPAddress"));
+    if (!isSafeFieldText(record.name) || !isSafeFieldText(record.address))
+        return fail(QStringLiteral("The name or address holds a character that is not allowed"));
+
+    const QList<ServiceRecord> before = account->records;
+    QString done;
+    if (adding) {
+        const bool present = std::any_of(before.begin(), before.end(),
+                                         [&](const auto &r) { return r.sameAs(record); });
+        if (!present)
+            account->records.append(record);
+        done = present ? describe(record) + QStringLiteral(" already set")
+                       : QStringLiteral("Set ") + describe(record);
+    } else {
+        const qsizetype removed =
+            account->records.removeIf([&](const ServiceRecord &r) { return r.sameAs(record); });
+        done = removed ? QStringLiteral("Removed ") + describe(record)
+                       : QStringLiteral("No ") + describe(record) + QStringLiteral(" to remove");
+    }
+    if (account->records.size() != before.size()) {
+        QString error;
+        if (!m_book.save(&error)) {
+            account->records = before;
+            qWarning("%s", qPrintable(error));
+            return fail(QStringLiteral("The records could not be stored; nothing was changed"));
+        }
+    }
+    return QStringLiteral("SUCCESS</p>") + labelled(QStringLiteral("Transaction Complete:"), done) +
+           labelled(QStringLiteral("IPAddress:"), record.address) +
+           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
+}
+
+QString DnsScript::getIPAddress(const QueryText &query, const QString &caller)
+{
+    const Account *account = m_book.find(query.value(QStringLiteral("Usr")).value_or(QString()));
+    if (!account)
+        return fail(QStringLiteral("Unknown user"));
+    return QStringLiteral("SUCCESS</p>") +
+           labelled(QStringLiteral("IPAddress:"), reportedAddress(caller)) +
+           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
+}
+
+bool DnsScript::setPublicAddress(const QString &address)
+{
+    const QString trimmed = address.trimmed();
+    if (!trimmed.isEmpty() && !isDottedIPv4(trimmed))
+        return false;
+    m_publicAddress = trimmed;
+    return true;
+}
+
+QString DnsScript::reportedAddress(const QString &caller) const
+{
+    return m_publicAddress.isEmpty() ? caller : m_publicAddress;
+}
+
+QString DnsScript::callerAddress(const QString &peerAddress)
+{
+    static const QLatin1String mapped("::ffff:");
+    if (peerAddress.startsWith(mapped, Qt::CaseInsensitive) && peerAddress.contains(u'.'))
+        return peerAddress.mid(mapped.size());
+    if (peerAddress == QLatin1String("::1"))
+        return QStringLiteral("127.0.0.1");
+    return peerAddress;
+}

@@ -1,0 +1,91 @@
+#include "ServiceHttp.h"
+
+#include "DnsScript.h"
+#include "WebPages.h"
+
+#include <QHttpServer>
+#include <QHttpServerRequest>
+#include <QHttpServerResponse>
+#include <QUrlQuery>
+
+namespace {
+
+using Status = QHttpServerResponse::StatusCode;
+
+const QByteArray htmlType = QByteArrayLiteral("text/html; charset=utf-8");
+const QByteArray textType = QByteArrayLiteral("text/plain; charset=utf-8");
+
+bool fromLoopback(const QHttpServerRequest &request)
+{
+    QHostAddress peer = request.remoteAddress();
+    bool mapped = false;
+    const quint32 v4 = peer.toIPv4Address(&mapped);
+    if (mapped)
+        peer = QHostAddress(v4);
+    return peer.isLoopback();
+}
+
+QHttpServerResponse text(const QString &body, Status status = Status::Ok)
+{
+    return QHttpServerResponse(textType, body.toUtf8(), status);
+}
+
+} // namespace
+
+ServiceHttp::ServiceHttp(DnsScript &script, QObject *parent) : QObject(parent), m_script(script) {}
+
+quint16 ServiceHttp::listen(const QHostAddress &address, quint16 port,
+                            const std::optional<QSslConfiguration> &tls)
+{
+    // One server per listener: a server set up for TLS turns every listener
+    // it opens into a TLS one.
+    auto *server = new QHttpServer(this);
+    if (tls)
+        server->sslSetup(*tls);
+    addRoutes(*server);
+    const quint16 actual = server->listen(address, port);
+    if (actual == 0)
+        delete server;
+    return actual;
+}
+
+void ServiceHttp::addRoutes(QHttpServer &server)
+{
+    const auto script = [this](const QHttpServerRequest &request) {
+        const QString reply = m_script.answer(request.url().query(QUrl::FullyEncoded),
+                                              request.remoteAddress().toString());
+        return QHttpServerResponse(htmlType, reply.toUtf8());
+    };
+    server.route(QStringLiteral("/dnslogin3.asp"), script);
+    server.route(QStringLiteral("/autoupdate/dnslogin3.asp"), script);
+
+    server.route(QStringLiteral("/admin/public-ip"), [this](const QHttpServerRequest &request) {
+        if (!fromLoopback(request))
+            return text(QStringLiteral("forbidden\n"), Status::Forbidden);
+        const QString address =
+            request.query().queryItemValue(QStringLiteral("address"), QUrl::FullyDecoded);
+        if (!m_script.setPublicAddress(address))
+            return text(QStringLiteral("address must be a dotted IPv4 address, or empty for "
+                                       "the caller's own\n"),
+                        Status::BadRequest);
+        return text(QStringLiteral("public address: %1\n")
+                        .arg(address.isEmpty() ? QStringLiteral("the caller's") : address));
+    });
+
+    server.route(QStringLiteral("/admin/requests"), [this](const QHttpServerRequest &request) {
+        if (!fromLoopback(request))
+            return text(QStringLiteral("forbidden\n"), Status::Forbidden);
+        QString body;
+        for (const QString &query : m_script.requests())
+            body += query + u'\n';
+        if (request.query().queryItemValue(QStringLiteral("clear")) == QLatin1String("1"))
+            m_script.clearRequests();
+        return text(body);
+    });
+
+    for (const QString &path : WebPages::paths()) {
+        server.route(path, [path](const QHttpServerRequest &) {
+            return QHttpServerResponse(htmlType, WebPages::page(path).value_or(QByteArray()));
+        });
+    }
+}

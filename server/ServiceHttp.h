@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QHostAddress>
+#include <QObject>
+#include <QSslConfiguration>
+#include <optional>
+
+class DnsScript;
+class QHttpServer;
+
+// The HTTP side of the service: the script at "/dnslogin3.asp" (plain-HTTP
+// endpoint) and "/autoupdate/dnslogin3.asp" (HTTPS endpoint), the web pages,
+// and two loopback-only admin requests for tests and demos:
+//   /admin/public-ip?address=A.B.C.D   the address the service reports
+//   /admin/requests[?clear=1]          the query texts received, one a line
+// Every listener serves every path.
+class ServiceHttp : public QObject
+{
+public:
+    explicit ServiceHttp(DnsScript &script, QObject *parent = nullptr);
+
+    // Starts one listener, plain or (with tls) HTTPS. Returns the port it
+    // listens on, or 0 when it cannot listen.
+    quint16 listen(const QHostAddress &address, quint16 port,
+                   const std::optional<QSslConfiguration> &tls = std::nullopt);
+
+private:
+    void addRoutes(QHttpServer &server);
+
+    DnsScript &m_script;
+};
