@@ -1,0 +1,110 @@
+#include "Transport.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QLoggingCategory>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QPointer>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+
+Q_LOGGING_CATEGORY(lcTransport, "veltrio.transport", QtWarningMsg)
+
+namespace Transport {
+namespace {
+
+bool isHexDigit(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// The manager lives as long as the application object; it is made again if a
+// new application object follows (tests).
+QNetworkAccessManager *manager()
+{
+    static QPointer<QNetworkAccessManager> instance;
+    if (!instance)
+        instance = new QNetworkAccessManager(QCoreApplication::instance());
+    return instance;
+}
+
+// The TLS settings for one extra CA file, built once per file name. The
+// system's CAs stay trusted beside the file's.
+const QSslConfiguration &sslConfiguration(const QString &caFile)
+{
+    static QString builtFor;
+    static QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    static bool built = false;
+    if (built && builtFor == caFile)
+        return configuration;
+
+    configuration = QSslConfiguration::defaultConfiguration();
+    if (!caFile.isEmpty()) {
+        configuration.addCaCertificates(QSslConfiguration::systemCaCertificates());
+        if (!configuration.addCaCertificates(caFile, QSsl::Pem))
+            qCWarning(lcTransport) << "no CA certificates could be read from" << caFile;
+    }
+    // A connection kept open from before was verified against the old CAs.
+    if (built)
+        manager()->clearConnectionCache();
+    builtFor = caFile;
+    built = true;
+    return configuration;
+}
+
+} // namespace
+
+QUrl RequestUrl(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    QByteArray encoded;
+    encoded.reserve(bytes.size() + 16);
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        const char c = bytes.at(i);
+        const auto u = static_cast<unsigned char>(c);
+        const bool escapeStart = c == '%' && i + 2 < bytes.size() && isHexDigit(bytes.at(i + 1)) &&
+                                 isHexDigit(bytes.at(i + 2));
+        if (u <= 0x20 || u >= 0x7F || c == '#' || (c == '%' && !escapeStart)) {
+            encoded += '%';
+            encoded += QByteArray::number(u, 16).rightJustified(2, '0').toUpper();
+        } else {
+            encoded += c;
+        }
+    }
+    // Tolerant parsing keeps the rest as it is, apart from the characters
+    // that no URL carries raw.
+    return QUrl::fromEncoded(encoded, QUrl::TolerantMode);
+}
+
+QString Get(const QUrl &url, int timeoutMilliseconds, const QString &caFile)
+{
+    if (!QCoreApplication::instance() || !url.isValid())
+        return QString();
+
+    QNetworkRequest request(url);
+    request.setTransferTimeout(timeoutMilliseconds);
+    if (url.scheme().compare(QLatin1String("https"), Qt::CaseInsensitive) == 0)
+        request.setSslConfiguration(sslConfiguration(caFile));
+
+    QNetworkReply *reply = manager()->get(request);
+    if (!reply->isFinished()) {
+        QEventLoop loop;
+        QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+
+    QString body;
+    if (reply->error() == QNetworkReply::NoError) {
+        body = QString::fromUtf8(reply->readAll());
+    } else {
+        // The query is left out: it carries the password.
+        qCInfo(lcTransport) << "request to" << url.adjusted(QUrl::RemoveQuery).toString()
+                            << "failed:" << reply->errorString();
+    }
+    reply->deleteLater();
+    return body;
+}
+
+} // namespace Transport

@@ -1,0 +1,296 @@
+#include "basDNS.h"
+
+#include "MainWindowPort.h"
+#include "RecordList.h"
+#include "RuntimeError.h"
+#include "Seams.h"
+#include "ServiceConfig.h"
+#include "TextRules.h"
+#include "Transport.h"
+#include "basErr.h"
+#include "clsUser.h"
+
+namespace basDNS {
+namespace {
+
+int transferTimeout = 60000;
+
+const QString MessageTitle = QStringLiteral("Veltrio");
+const QString ParagraphEnd = QStringLiteral("</p");
+
+// Enables the main window again when a record command ends, however it ends:
+// a trapped error must not leave the window disabled for good.
+class WindowDisabled
+{
+public:
+    WindowDisabled()
+    {
+        if (MainWindowPort *window = MainWindow())
+            window->SetWindowEnabled(false);
+    }
+    ~WindowDisabled()
+    {
+        if (MainWindowPort *window = MainWindow())
+            window->SetWindowEnabled(true);
+    }
+    WindowDisabled(const WindowDisabled &) = delete;
+    WindowDisabled &operator=(const WindowDisabled &) = delete;
+};
+
+} // namespace
+
+// --- Endpoints ------------------------------------------------------------------
+
+QString PlainURL(const QString &port)
+{
+    QString url = QStringLiteral("http://") + Config().httpHost;
+    if (!port.isEmpty())
+        url += QLatin1Char(':') + port;
+    return url + QStringLiteral("/dnslogin3.asp");
+}
+
+QString HttpsURL()
+{
+    return QStringLiteral("https://") + Config().httpsHost +
+           QStringLiteral("/autoupdate/dnslogin3.asp");
+}
+
+// --- Transport --------------------------------------------------------------------
+
+QString OpenRequest(const QString &query)
+{
+    return Transport::Get(Transport::RequestUrl(Program::sServiceURL + query), transferTimeout,
+                          Config().caCertificates);
+}
+
+int TransferTimeout()
+{
+    return transferTimeout;
+}
+
+void SetTransferTimeout(int milliseconds)
+{
+    transferTimeout = milliseconds;
+}
+
+QString GetReplyValue(const QString &reply, const QString &label)
+{
+    const qsizetype at = reply.indexOf(label);
+    if (at < 0)
+        return QString();
+    const QString rest = reply.mid(at + label.size());
+    const qsizetype end = rest.indexOf(ParagraphEnd);
+    if (end < 0)
+        throw RuntimeError::Of(ErrorNumber::InvalidArgument);
+    return TextRules::Trim(rest.left(end));
+}
+
+QString NullToEmpty(const std::optional<QString> &value)
+{
+    return value ? NullToEmpty(*value) : QString();
+}
+
+QString NullToEmpty(const QString &value)
+{
+    if (value.isNull())
+        return QString();
+    return TextRules::Trim(value);
+}
+
+bool IsSuccess(const QString &reply)
+{
+    return reply.contains(QLatin1String("SUCCESS"));
+}
+
+void SetConnectionStatus(bool success)
+{
+    MainWindowPort *window = MainWindow();
+    if (!window)
+        return;
+    if (success) {
+        // Only a change from "not connected" is shown; any other colour stays.
+        if (window->StatusColour() == StatusColour::NotConnected) {
+            window->SysTrayIcon(true);
+            window->SetStatus(QStringLiteral("Connected"), StatusColour::Connected);
+        }
+    } else {
+        window->SysTrayIcon(false);
+        window->SetStatus(QStringLiteral("Not Connected with Server"), StatusColour::NotConnected);
+    }
+}
+
+// --- Record commands ----------------------------------------------------------------
+
+bool DNSTickler(const QString &domain, QString &host, const QString &command,
+                const QString &recordType, const QString &address, bool bShowMessages, bool bAutoIP)
+{
+    bool result = false;
+    WindowDisabled disabled;
+    Trap(QStringLiteral("basDNS.DNSTickler()"), [&] {
+        if (host.isEmpty())
+            host = QStringLiteral("@");
+        clsUser &user = User();
+        const QString reply = OpenRequest(
+            QStringLiteral("?FXN=DNSTickler&Usr=") + user.sUsername + QStringLiteral("&Pwd=") +
+            user.sPassword + QStringLiteral("&Cname=") + host + QStringLiteral("&Domain=") +
+            domain + QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") +
+            recordType + QStringLiteral("&IPAddress=") + address);
+        const bool removing = command == RecordDelete;
+        if (IsSuccess(reply)) {
+            SetConnectionStatus(true);
+            user.sIPAddress = address;
+            user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+            if (!user.bVeltrioOnly)
+                UpdateAutoIpEntry(domain, host, command, recordType, address, bAutoIP);
+            if (bShowMessages)
+                Seams::MsgBox(QStringLiteral("Transaction Complete:\nIP ") +
+                                  (removing ? QStringLiteral("Removed") : QStringLiteral("Set")) +
+                                  QStringLiteral(" for Name:") + host +
+                                  QStringLiteral(" IPAddress:") + address,
+                              Seams::Buttons::Ok, MessageTitle);
+            result = true;
+        } else {
+            if (bShowMessages)
+                Seams::MsgBox(QStringLiteral("Could not ") +
+                                  (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
+                                  QStringLiteral(" IP.  ") +
+                                  GetReplyValue(reply, QStringLiteral("Error:")),
+                              Seams::Buttons::Ok, Seams::DefaultTitle());
+            SetConnectionStatus(false);
+            result = false;
+        }
+    });
+    return result;
+}
+
+bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &command,
+                        const QString &recordType, const QString &address, bool bShowMessages)
+{
+    bool result = false;
+    WindowDisabled disabled;
+    Trap(QStringLiteral("basDNS.DNSTicklerAdvanced()"), [&] {
+        if (host.isEmpty())
+            host = QStringLiteral("@");
+        clsUser &user = User();
+        const QString reply = OpenRequest(
+            QStringLiteral("?FXN=DNSTicklerAdvanced&Usr=") + user.sUsername +
+            QStringLiteral("&Pwd=") + user.sPassword + QStringLiteral("&Cname=") + host +
+            QLatin1Char('.') + user.sUsername + QStringLiteral("&Domain=") + domain +
+            QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") + recordType +
+            QStringLiteral("&IPAddress=") + address);
+        const bool removing = command == RecordDelete;
+        const QString fullName =
+            host + QLatin1Char('.') + user.sUsername + QLatin1Char('.') + domain;
+        if (IsSuccess(reply)) {
+            SetConnectionStatus(true);
+            user.sIPAddress = address;
+            user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+            if (bShowMessages)
+                Seams::MsgBox(QStringLiteral("Transaction Complete:\n") + fullName +
+                                  QLatin1Char(' ') +
+                                  (removing ? QStringLiteral("Removed") : QStringLiteral("Set")),
+                              Seams::Buttons::Ok, MessageTitle);
+            result = true;
+        } else {
+            if (bShowMessages)
+                Seams::MsgBox(QStringLiteral("Could not ") +
+                                  (removing ? QStringLiteral("Remove ") : QStringLiteral("Set ")) +
+                                  fullName + QLatin1Char(' ') +
+                                  GetReplyValue(reply, QStringLiteral("Error:")),
+                              Seams::Buttons::Ok, MessageTitle);
+            SetConnectionStatus(false);
+            result = false;
+        }
+    });
+    return result;
+}
+
+QString GetIPAddress()
+{
+    // Every step runs even when the one before it failed.
+    QString reply;
+    QString address;
+    PassOver(
+        [&] { reply = OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=") + User().sUsername); });
+    if (IsSuccess(reply)) {
+        PassOver([&] { SetConnectionStatus(true); });
+        PassOver([&] { address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
+        PassOver([&] {
+            User().sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+        });
+    } else {
+        PassOver([&] { SetConnectionStatus(false); });
+    }
+    return address;
+}
+
+void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
+                       const QString &recordType, const QString &address, bool bAutoIP)
+{
+    const QString entry = RecordList::Key(domain, recordType, host, address);
+    const QString word = command.toUpper();
+    QString &list = Program::sAutoIPList;
+    if (word == RecordAdd && bAutoIP) {
+        if (!list.toUpper().contains(entry))
+            list += entry;
+    } else if (word == RecordDelete) {
+        // A removal leaves the whole list upper-cased, while an addition keeps
+        // the earlier entries as they were: both are deliberate.
+        const QString upper = list.toUpper();
+        if (upper.contains(entry))
+            list = QString(upper).remove(entry);
+    }
+    // A RECORDADD of a record that is no longer automatic leaves the list alone.
+}
+
+// --- Port relays ----------------------------------------------------------------------
+
+QString BuildRelayURL(QString &target, const QString &port)
+{
+    if (!target.toUpper().startsWith(QLatin1String("HTTP://")))
+        target = QStringLiteral("Http://") + target;
+    if (!TextRules::IsNumeric(port))
+        return target;
+    // The first "/" after the scheme.
+    const qsizetype slash = target.indexOf(QLatin1Char('/'), 7);
+    if (slash < 0)
+        return target + QLatin1Char(':') + port;
+    return target.left(slash) + QLatin1Char(':') + port + target.mid(slash);
+}
+
+void SplitRelayURL(const QString &target, QString &host, QString &port, QString &path)
+{
+    QString rest = target;
+    PassOver([&] {
+        if (rest.left(7).toUpper() == QLatin1String("HTTP://"))
+            rest = rest.mid(7);
+    });
+    PassOver([&] {
+        const qsizetype colon = rest.indexOf(QLatin1Char(':'));
+        if (colon >= 0) {
+            host = rest.left(colon);
+            const QString afterColon = rest.mid(colon + 1);
+            const qsizetype slash = afterColon.indexOf(QLatin1Char('/'));
+            if (slash >= 0) {
+                port = afterColon.left(slash);
+                path = afterColon.mid(slash);
+            } else {
+                port = afterColon;
+            }
+        } else {
+            const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+            if (slash >= 0) {
+                host = rest.left(slash);
+                path = rest.mid(slash);
+            } else {
+                host = rest;
+            }
+        }
+    });
+    PassOver([&] {
+        if (!TextRules::IsNumeric(port))
+            port.clear();
+    });
+}
+
+} // namespace basDNS
