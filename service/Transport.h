@@ -11,7 +11,8 @@ namespace Transport {
 // cannot carry is percent-encoded: blanks, control and non-ASCII characters,
 // "#", a "%" that does not start an escape, and the few characters URLs never
 // carry raw ("\"<>\\^`{|}"). Everything else, "&" and "=" included, is left
-// as the caller wrote it.
+// as the caller wrote it (an escape of a letter or digit may go out as the
+// character itself, which means the same to any server).
 QUrl RequestUrl(const QString &text);
 
 // GETs the URL and returns the reply body; empty when the transfer fails (no
