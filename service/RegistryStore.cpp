@@ -1,0 +1,327 @@
+#include "RegistryStore.h"
+
+#include "RuntimeError.h"
+#include "TextRules.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QStandardPaths>
+#include <cmath>
+#include <limits>
+
+// Layout: every key below "SOFTWARE\Veltrio\" is one QSettings group, named
+// by the rest of the key path ("Init", or a user name). QSettings takes "/"
+// and "\" in a group or value name as a level separator, so those two and the
+// escape character itself are percent-encoded first: a user called "a/b"
+// gets a section of its own and can never reach "[a]" or "[b]".
+//
+// A file that QSettings cannot parse is treated as holding nothing. It stays
+// untouched until the program writes a value on purpose; that write first
+// moves the broken file aside (to "<file>.broken") and starts a fresh one.
+
+namespace {
+
+const QString kVendorKey = QStringLiteral("SOFTWARE\\Veltrio");
+
+QString &fileOverride()
+{
+    static QString file;
+    return file;
+}
+
+QString encodeName(const QString &name)
+{
+    QString out;
+    out.reserve(name.size());
+    for (const QChar c : name) {
+        if (c == QLatin1Char('%'))
+            out += QStringLiteral("%25");
+        else if (c == QLatin1Char('/'))
+            out += QStringLiteral("%2F");
+        else if (c == QLatin1Char('\\'))
+            out += QStringLiteral("%5C");
+        else
+            out += c;
+    }
+    return out;
+}
+
+QString decodeName(const QString &name)
+{
+    QString out;
+    out.reserve(name.size());
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        const QStringView code = QStringView(name).mid(i, 3);
+        if (code.compare(QLatin1String("%25"), Qt::CaseInsensitive) == 0) {
+            out += QLatin1Char('%');
+            i += 2;
+        } else if (code.compare(QLatin1String("%2F"), Qt::CaseInsensitive) == 0) {
+            out += QLatin1Char('/');
+            i += 2;
+        } else if (code.compare(QLatin1String("%5C"), Qt::CaseInsensitive) == 0) {
+            out += QLatin1Char('\\');
+            i += 2;
+        } else {
+            out += name.at(i);
+        }
+    }
+    return out;
+}
+
+// The value as the text the program reads: strings as they are, whole
+// numbers in decimal. Anything else (a list, binary data, a serialised
+// variant) is not a value the program wrote and reads as empty.
+QString asText(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return value.toString();
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        return value.toString();
+    default:
+        return QString();
+    }
+}
+
+// The data of a number value: a 32-bit integer. Text must be numeric (13,
+// type mismatch) and whole numbers must fit (6, overflow); fractions round
+// to the nearest even whole number, as the platform's conversion does.
+qint32 toNumber(const QVariant &data)
+{
+    double number = 0.0;
+    switch (data.typeId()) {
+    case QMetaType::Bool:
+        return data.toBool() ? 1 : 0;
+    case QMetaType::Int:
+        return data.toInt();
+    case QMetaType::QString:
+        number = TextRules::ToDouble(data.toString());
+        break;
+    default: {
+        bool ok = false;
+        number = data.toDouble(&ok);
+        if (!ok)
+            throw RuntimeError::Of(ErrorNumber::TypeMismatch);
+    }
+    }
+    number = std::nearbyint(number);
+    if (!std::isfinite(number) || number < std::numeric_limits<qint32>::min() ||
+        number > std::numeric_limits<qint32>::max())
+        throw RuntimeError::Of(ErrorNumber::Overflow);
+    return static_cast<qint32>(number);
+}
+
+} // namespace
+
+struct RegistryStore::Private
+{
+    std::unique_ptr<QSettings> settings;
+    QString iniFile;     // empty for the Windows registry
+    bool inside = false; // the selected key lies below "SOFTWARE\Veltrio"
+    QString group;       // encoded group name; empty for the vendor key itself
+
+    void open()
+    {
+        iniFile = RegistryStore::File();
+#ifdef Q_OS_WIN
+        if (iniFile.isEmpty()) {
+            settings = std::make_unique<QSettings>(
+                QStringLiteral("HKEY_CURRENT_USER\\SOFTWARE\\Veltrio"), QSettings::NativeFormat);
+            return;
+        }
+#endif
+        settings = std::make_unique<QSettings>(iniFile, QSettings::IniFormat);
+    }
+
+    bool broken() const
+    {
+        return settings->status() == QSettings::FormatError;
+    }
+
+    // The existing group the selected key names (letter case ignored, as
+    // the registry does), or the encoded name when it does not exist yet.
+    QString actualGroup() const
+    {
+        if (group.isEmpty())
+            return group;
+        const QStringList groups = settings->childGroups();
+        for (const QString &g : groups) {
+            if (g.compare(group, Qt::CaseInsensitive) == 0)
+                return g;
+        }
+        return group;
+    }
+
+    bool keyExists() const
+    {
+        if (!inside || broken())
+            return false;
+        if (group.isEmpty())
+            return true;
+        const QStringList groups = settings->childGroups();
+        for (const QString &g : groups) {
+            if (g.compare(group, Qt::CaseInsensitive) == 0)
+                return true;
+        }
+        return false;
+    }
+
+    // The value names of the selected key, in the store's stable order.
+    QStringList keys() const
+    {
+        if (!keyExists())
+            return {};
+        settings->beginGroup(actualGroup());
+        QStringList names = settings->childKeys();
+        settings->endGroup();
+        return names;
+    }
+
+    QString actualKey(const QString &name) const
+    {
+        const QString encoded = encodeName(name);
+        const QStringList names = keys();
+        for (const QString &k : names) {
+            if (k.compare(encoded, Qt::CaseInsensitive) == 0)
+                return k;
+        }
+        return QString();
+    }
+
+    QString read(const QString &storedKey) const
+    {
+        settings->beginGroup(actualGroup());
+        const QVariant value = settings->value(storedKey);
+        settings->endGroup();
+        return asText(value);
+    }
+
+    // A broken file is moved aside before the first write on purpose, so
+    // that what it held is never lost.
+    void replaceBrokenFile()
+    {
+        settings.reset();
+        const QString aside = iniFile + QStringLiteral(".broken");
+        QFile::remove(aside);
+        if (!QFile::rename(iniFile, aside))
+            throw RuntimeError::Of(ErrorNumber::PermissionDenied);
+        open();
+    }
+
+    // On POSIX the settings file can hold a password: it is created readable
+    // by its owner only. QSettings later replaces it keeping those rights.
+    void createFileIfMissing()
+    {
+        if (iniFile.isEmpty() || QFileInfo::exists(iniFile))
+            return;
+        const QString folder = QFileInfo(iniFile).absolutePath();
+        if (!QDir().mkpath(folder))
+            throw RuntimeError::Of(ErrorNumber::PathFileAccess);
+        QFile file(iniFile);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly,
+                       QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+            throw RuntimeError::Of(file.error() == QFileDevice::PermissionsError
+                                       ? ErrorNumber::PermissionDenied
+                                       : ErrorNumber::PathFileAccess);
+        file.close();
+        // Let QSettings see the new, empty file.
+        settings->sync();
+    }
+};
+
+RegistryStore::RegistryStore() : d(std::make_unique<Private>())
+{
+    d->open();
+}
+
+RegistryStore::~RegistryStore() = default;
+
+void RegistryStore::SetKey(const QString &keyPath)
+{
+    QString path = keyPath;
+    if (path.compare(kVendorKey, Qt::CaseInsensitive) == 0) {
+        d->inside = true;
+        d->group.clear();
+        return;
+    }
+    const QString prefix = kVendorKey + QLatin1Char('\\');
+    d->inside = path.startsWith(prefix, Qt::CaseInsensitive);
+    d->group = d->inside ? encodeName(path.mid(prefix.size())) : QString();
+}
+
+QString RegistryStore::ReadValue(const QString &name) const
+{
+    const QString key = d->actualKey(name);
+    return key.isEmpty() ? QString() : d->read(key);
+}
+
+int RegistryStore::ValueCount() const
+{
+    return static_cast<int>(d->keys().size());
+}
+
+QString RegistryStore::ValueName(int index) const
+{
+    const QStringList names = d->keys();
+    if (index < 1 || index > names.size())
+        return QString();
+    return decodeName(names.at(index - 1));
+}
+
+QString RegistryStore::ReadValue(int index) const
+{
+    const QStringList names = d->keys();
+    if (index < 1 || index > names.size())
+        return QString();
+    return d->read(names.at(index - 1));
+}
+
+void RegistryStore::WriteValue(const QString &name, const QVariant &data, ValueType type)
+{
+    if (!d->inside || name.isEmpty())
+        throw RuntimeError::Of(ErrorNumber::InvalidArgument);
+    const QVariant stored = type == Number ? QVariant(toNumber(data)) : QVariant(data.toString());
+
+    if (!d->iniFile.isEmpty()) {
+        if (d->broken())
+            d->replaceBrokenFile();
+        d->createFileIfMissing();
+    }
+
+    const QString existing = d->actualKey(name);
+    d->settings->beginGroup(d->actualGroup());
+    // "AutoIps" replaces "AutoIPs": one value, whatever the letter case.
+    if (!existing.isEmpty())
+        d->settings->remove(existing);
+    d->settings->setValue(encodeName(name), stored);
+    d->settings->endGroup();
+    d->settings->sync();
+    if (d->settings->status() != QSettings::NoError)
+        throw RuntimeError::Of(ErrorNumber::PermissionDenied);
+}
+
+void RegistryStore::SetFile(const QString &iniFile)
+{
+    fileOverride() = iniFile.isEmpty() ? QString() : QFileInfo(iniFile).absoluteFilePath();
+}
+
+QString RegistryStore::File()
+{
+    if (!fileOverride().isEmpty())
+        return fileOverride();
+#ifdef Q_OS_WIN
+    return QString();
+#else
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation))
+        .filePath(QStringLiteral("veltrio-settings.ini"));
+#endif
+}
