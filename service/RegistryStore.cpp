@@ -3,9 +3,11 @@
 #include "RuntimeError.h"
 #include "TextRules.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSettings>
 #include <QStandardPaths>
 #include <cmath>
@@ -29,6 +31,29 @@ QString &fileOverride()
 {
     static QString file;
     return file;
+}
+
+// QSettings parses a file once per process and reports a format error only
+// to the instance that parsed it; later instances reuse the parsed keys. The
+// files found broken are remembered with their size and time, so that every
+// store on them sees the same (empty) content until the file changes.
+struct FileStamp
+{
+    qint64 size = -1;
+    QDateTime modified;
+    bool operator==(const FileStamp &) const = default;
+};
+
+FileStamp stampOf(const QString &file)
+{
+    const QFileInfo info(file);
+    return info.exists() ? FileStamp{info.size(), info.lastModified()} : FileStamp{};
+}
+
+QHash<QString, FileStamp> &brokenFiles()
+{
+    static QHash<QString, FileStamp> files;
+    return files;
 }
 
 QString encodeName(const QString &name)
@@ -144,7 +169,14 @@ struct RegistryStore::Private
 
     bool broken() const
     {
-        return settings->status() == QSettings::FormatError;
+        if (iniFile.isEmpty())
+            return false;
+        if (settings->status() == QSettings::FormatError) {
+            brokenFiles().insert(iniFile, stampOf(iniFile));
+            return true;
+        }
+        const auto known = brokenFiles().constFind(iniFile);
+        return known != brokenFiles().cend() && *known == stampOf(iniFile);
     }
 
     // The existing group the selected key names (letter case ignored, as
@@ -212,9 +244,12 @@ struct RegistryStore::Private
         settings.reset();
         const QString aside = iniFile + QStringLiteral(".broken");
         QFile::remove(aside);
-        if (!QFile::rename(iniFile, aside))
-            throw RuntimeError::Of(ErrorNumber::PermissionDenied);
+        const bool moved = QFile::rename(iniFile, aside);
+        if (moved)
+            brokenFiles().remove(iniFile);
         open();
+        if (!moved)
+            throw RuntimeError::Of(ErrorNumber::PermissionDenied);
     }
 
     // On POSIX the settings file can hold a password: it is created readable
