@@ -1,0 +1,105 @@
+#include "AdvancedTab.h"
+
+#include "RegistryStore.h"
+#include "RuntimeError.h"
+#include "TextRules.h"
+#include "basDNS.h"
+#include "basErr.h"
+#include "clsUser.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QWidget>
+#include <cmath>
+
+namespace basDNS {
+namespace {
+
+// A control the procedure expects on the window; a window without it fails
+// the step that uses it, as a reference to a missing control does.
+template <typename Control> Control *control(QWidget *window, const char *name)
+{
+    auto *found = window ? window->findChild<Control *>(QLatin1String(name)) : nullptr;
+    if (!found)
+        throw RuntimeError(91, QStringLiteral("Object variable or With block variable not set"));
+    return found;
+}
+
+// Shows a text in a combo box whether or not it is one of its items. The
+// windows make these combo boxes editable; a fixed list can only show one
+// of its own items.
+void showText(QComboBox *combo, const QString &text)
+{
+    if (combo->isEditable())
+        combo->setEditText(text);
+    else
+        combo->setCurrentIndex(combo->findText(text));
+}
+
+} // namespace
+
+void LoadAdvancedTabSettings(QWidget *window)
+{
+    Trap(QStringLiteral("basDNS.LoadAdvancedTabSettings()"), [&] {
+        RegistryStore reg;
+        reg.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+
+        QComboBox *cboPorts = control<QComboBox>(window, "cboPorts");
+        FillComboFromList(cboPorts, QStringLiteral("80,1400,8080"));
+
+        QComboBox *cboRefreshRate = control<QComboBox>(window, "cboRefreshRate");
+        if (User().bVeltrioOnly) {
+            FillComboFromList(cboRefreshRate, QStringLiteral("90,100,110,120"));
+            showText(cboRefreshRate, QStringLiteral("90"));
+        } else {
+            FillComboFromList(cboRefreshRate, QStringLiteral("30,40,50,60,70,80,90,100,110,120"));
+            showText(cboRefreshRate, QStringLiteral("60"));
+        }
+
+        // A rate below a minute is raised to one; a rate of a minute or more
+        // is shown as stored, even below a free account's own list. A rate
+        // that cannot be held as a number falls back to 90.
+        const QString rate = reg.ReadValue(QStringLiteral("RefreshRate"));
+        if (TextRules::IsNumeric(rate)) {
+            const bool converted = PassOver([&] {
+                const double seconds = TextRules::ToDouble(rate);
+                if (!std::isfinite(seconds))
+                    throw RuntimeError::Of(ErrorNumber::Overflow);
+                showText(cboRefreshRate, seconds < 60 ? QStringLiteral("60") : rate);
+            });
+            if (!converted)
+                showText(cboRefreshRate, QStringLiteral("90"));
+        }
+
+        QCheckBox *chkSSL = control<QCheckBox>(window, "chkSSL");
+        if (reg.ReadValue(QStringLiteral("bSSL")) == QLatin1String("1"))
+            chkSSL->setChecked(true);
+
+        // The login window has no chkService: with "bRunAsService" set, the
+        // procedure ends here on that window and the service URL is left as
+        // the window set it.
+        if (reg.ReadValue(QStringLiteral("bRunAsService")) == QLatin1String("1"))
+            control<QCheckBox>(window, "chkService")->setChecked(true);
+
+        if (chkSSL->isChecked()) {
+            cboPorts->setEnabled(false);
+            Program::sServiceURL = HttpsURL();
+        } else {
+            showText(cboPorts, QStringLiteral("80"));
+            const QString port = reg.ReadValue(QStringLiteral("Port"));
+            if (TextRules::IsNumeric(port))
+                showText(cboPorts, port);
+            Program::sServiceURL = PlainURL(cboPorts->currentText());
+        }
+    });
+}
+
+void FillComboFromList(QComboBox *combo, const QString &list)
+{
+    combo->clear();
+    if (list.isEmpty())
+        return;
+    combo->addItems(list.split(QLatin1Char(',')));
+}
+
+} // namespace basDNS
