@@ -21,12 +21,16 @@ bool isHexDigit(char c)
 }
 
 // The manager lives as long as the application object; it is made again if a
-// new application object follows (tests).
+// new application object follows (tests). It goes at the start of the
+// application object's destruction, while its network thread can still
+// close TLS connections cleanly.
 QNetworkAccessManager *manager()
 {
     static QPointer<QNetworkAccessManager> instance;
-    if (!instance)
+    if (!instance) {
         instance = new QNetworkAccessManager(QCoreApplication::instance());
+        qAddPostRoutine([] { delete instance.data(); });
+    }
     return instance;
 }
 
