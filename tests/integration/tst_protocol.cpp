@@ -424,6 +424,21 @@ private slots:
         QCOMPARE(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme")), QString());
     }
 
+    // One address query, the request the client repeats most.
+    void benchmark_addressQuery_data() { addTransportColumn(); }
+    void benchmark_addressQuery()
+    {
+        QFETCH(bool, https);
+        useService(https);
+        logIn(QStringLiteral("acme"), QStringLiteral("acme"));
+        QString address;
+        QBENCHMARK
+        {
+            address = basDNS::GetIPAddress();
+        }
+        QCOMPARE(address, QStringLiteral("127.0.0.1"));
+    }
+
     void malformedReply_isTrappedAndWindowEnabledAgain()
     {
         TestSeams seams;
