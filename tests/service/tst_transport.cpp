@@ -11,51 +11,26 @@ private slots:
     // request line cannot carry.
     void requestUrl_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QByteArray>("encoded");
-        const QString base = QStringLiteral("http://127.0.0.1:8080/dnslogin3.asp");
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QByteArray>("sent");
         QTest::newRow("parameters unescaped")
-            << base + QStringLiteral("?FXN=DNSTickler&Usr=acme&Pwd=p&w=d&Cname=@&IPAddress=1.2.3.4")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp"
-                          "?FXN=DNSTickler&Usr=acme&Pwd=p&w=d&Cname=@&IPAddress=1.2.3.4");
-        QTest::newRow("plus, slash, colon, question mark kept")
-            << base + QStringLiteral("?a=+/:?;,$!'()*")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?a=+/:?;,$!'()*");
-        QTest::newRow("blank") << base + QStringLiteral("?pwd=a b")
-                               << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=a%20b");
-        QTest::newRow("hash") << base + QStringLiteral("?pwd=a#b")
-                              << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=a%23b");
-        QTest::newRow("control character")
-            << base + QStringLiteral("?pwd=a\tb\x7f")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=a%09b%7F");
-        QTest::newRow("non-ASCII as UTF-8")
-            << base + QStringLiteral("?usr=J\u00f6rg")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?usr=J%C3%B6rg");
-        QTest::newRow("escape kept as written")
-            << base + QStringLiteral("?pwd=%26b")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=%26b");
-        QTest::newRow("stray percent, escape beside it kept")
-            << base + QStringLiteral("?pwd=100%&x=%26%4")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=100%25&x=%26%254");
+            << "?Usr=a&Pwd=p&w=d+/:?@" << QByteArray("?Usr=a&Pwd=p&w=d+/:?@");
+        QTest::newRow("blank, hash, control")
+            << "?pwd=a b#c\td" << QByteArray("?pwd=a%20b%23c%09d");
+        QTest::newRow("non-ASCII as UTF-8") << "?usr=J\u00f6rg" << QByteArray("?usr=J%C3%B6rg");
+        QTest::newRow("stray percent, escape kept")
+            << "?pwd=100%&x=%26" << QByteArray("?pwd=100%25&x=%26");
         QTest::newRow("characters no URL carries raw")
-            << base + QStringLiteral("?pwd=\"<>\\^`{|}")
-            << QByteArray("http://127.0.0.1:8080/dnslogin3.asp?pwd=%22%3C%3E%5C%5E%60%7B%7C%7D");
+            << "?pwd=\"<>{|}" << QByteArray("?pwd=%22%3C%3E%7B%7C%7D");
     }
     void requestUrl()
     {
-        QFETCH(QString, text);
-        QFETCH(QByteArray, encoded);
-        const QUrl url = Transport::RequestUrl(text);
+        QFETCH(QString, query);
+        QFETCH(QByteArray, sent);
+        const QString base = QStringLiteral("http://127.0.0.1:8080/dnslogin3.asp");
+        const QUrl url = Transport::RequestUrl(base + query);
         QVERIFY(url.isValid());
-        QCOMPARE(url.toEncoded(), encoded);
-    }
-
-    void get_invalidUrl_givesEmptyReply()
-    {
-        QCOMPARE(Transport::Get(QUrl(), 1000, QString()), QString());
-        QCOMPARE(
-            Transport::Get(Transport::RequestUrl(QStringLiteral("http://[::1/x")), 1000, QString()),
-            QString());
+        QCOMPARE(url.toEncoded(), base.toLatin1() + sent);
     }
 };
 
