@@ -82,11 +82,16 @@ bool Unload(QWidget *window)
     const QPointer<QWidget> guard(window);
     if (!window->close())
         return false;
-    if (guard) {
-        window->setProperty(kUnloaded, true);
-        window->deleteLater();
-    }
+    Release(guard);
     return true;
+}
+
+void Release(QWidget *window)
+{
+    if (!isLoaded(window))
+        return;
+    window->setProperty(kUnloaded, true);
+    window->deleteLater();
 }
 
 } // namespace Windows

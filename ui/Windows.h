@@ -19,5 +19,9 @@ QWidget *Find(const QString &objectName);
 // Closes a window (running its close check) and deletes it; false when its
 // close check refused.
 bool Unload(QWidget *window);
+// Counts a window that has closed as unloaded and deletes it once control is
+// back in the event loop; a window that closes itself (its title bar's close
+// button) calls it from its close event.
+void Release(QWidget *window);
 
 } // namespace Windows

@@ -1,0 +1,54 @@
+#include "Application.h"
+
+#include "Icons.h"
+#include "RuntimeError.h"
+#include "Version.h"
+#include "basErr.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+Application::Application(int &argc, char **argv) : QApplication(argc, argv)
+{
+    SetNames();
+    setWindowIcon(Icons::Application());
+}
+
+void Application::SetNames()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("VeltrioDNS"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
+    QCoreApplication::setApplicationVersion(Version::MajorMinor() + QLatin1Char('.') +
+                                            QString::number(Version::Revision()));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Veltrio"));
+}
+
+namespace {
+
+[[noreturn]] void endProgram(const RuntimeError &error)
+{
+    // An error while the report itself is up ends the program at once.
+    static bool reporting = false;
+    if (!reporting) {
+        reporting = true;
+        basErr::ReportUnhandled(error);
+    }
+    std::fflush(nullptr);
+    // Nothing of the program may run after an unhandled error: no event loop
+    // returns to the code that was waiting in it. Settings and logs are
+    // written through at once, so nothing is left to save.
+    std::_Exit(1);
+}
+
+} // namespace
+
+bool Application::notify(QObject *receiver, QEvent *event)
+{
+    try {
+        return QApplication::notify(receiver, event);
+    } catch (const std::exception &e) {
+        endProgram(RuntimeError::From(e));
+    } catch (...) {
+        endProgram(RuntimeError(ErrorNumber::Internal, QStringLiteral("Unknown error")));
+    }
+}

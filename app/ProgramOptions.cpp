@@ -1,0 +1,77 @@
+#include "ProgramOptions.h"
+
+#include "RegistryStore.h"
+#include "ServiceConfig.h"
+#include "basErr.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <cstdio>
+
+ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Veltrio Dynamic DNS: keeps your DNS records pointed at this machine."));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption config(
+        QStringLiteral("config"),
+        QStringLiteral("Service hosts from FILE instead of veltrio.conf."), QStringLiteral("FILE"));
+    const QCommandLineOption settings(QStringLiteral("settings"),
+                                      QStringLiteral("Keep the settings in the INI file FILE."),
+                                      QStringLiteral("FILE"));
+    const QCommandLineOption logDir(QStringLiteral("log-dir"),
+                                    QStringLiteral("Write the daily error logs to DIR."),
+                                    QStringLiteral("DIR"));
+    parser.addOptions({config, settings, logDir});
+
+    ProgramOptions options;
+    if (!parser.parse(arguments)) {
+        options.action = Action::Fail;
+        options.message = parser.errorText();
+        return options;
+    }
+    if (parser.isSet(help)) {
+        options.action = Action::ShowHelp;
+        options.message = parser.helpText();
+        return options;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        options.action = Action::Fail;
+        options.message = QStringLiteral("Unexpected argument: ") + parser.positionalArguments()[0];
+        return options;
+    }
+    options.configFile = parser.value(config);
+    if (!options.configFile.isEmpty() && !QFileInfo(options.configFile).isFile()) {
+        options.action = Action::Fail;
+        options.message =
+            QStringLiteral("Cannot read the configuration file ") + options.configFile;
+        return options;
+    }
+    options.settingsFile = parser.value(settings);
+    options.logDir = parser.value(logDir);
+    return options;
+}
+
+void ProgramOptions::Apply() const
+{
+    SetConfig(
+        ServiceConfig::Load(configFile.isEmpty() ? ServiceConfig::DefaultFile() : configFile));
+    RegistryStore::SetFile(settingsFile);
+    basErr::SetLogFolder(logDir);
+}
+
+int ProgramOptions::Report() const
+{
+    switch (action) {
+    case Action::ShowHelp:
+        std::fputs(qPrintable(message), stdout);
+        return 0;
+    case Action::Fail:
+        std::fprintf(stderr, "%s\nTry --help.\n", qPrintable(message));
+        return 2;
+    case Action::Run:
+        break;
+    }
+    return 0;
+}

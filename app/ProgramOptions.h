@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// The command line of veltrio-dns:
+//   --config FILE    service hosts (default: veltrio.conf beside the program,
+//                    then in the user's config folder)
+//   --settings FILE  the settings file (default: the registry on Windows, an
+//                    INI file in the user's config folder elsewhere)
+//   --log-dir DIR    the folder of the daily error logs
+//   --help
+struct ProgramOptions
+{
+    enum class Action { Run, ShowHelp, Fail };
+
+    Action action = Action::Run;
+    QString configFile;
+    QString settingsFile;
+    QString logDir;
+    // The help text (ShowHelp) or what was wrong (Fail).
+    QString message;
+
+    // Reads the arguments (the program's name first).
+    static ProgramOptions Parse(const QStringList &arguments);
+
+    // Puts the options in force: the service configuration, the settings
+    // store's file and the log folder.
+    void Apply() const;
+
+    // For ShowHelp and Fail: prints the message (help to standard output,
+    // errors to standard error) and returns the exit code, 0 or 2.
+    int Report() const;
+};
