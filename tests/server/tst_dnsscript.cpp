@@ -1,0 +1,382 @@
+#include "AccountBook.h"
+#include "DnsScript.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// ann: free sub-domain account; bob: own domains at level 5; cat: expires 6/30/2026.
+const QByteArray accounts = R"({"accounts": [
+ {"user": "ann", "password": "a+b c", "firstName": "Ann", "lastName": "Free",
+  "subDomain": "dyn.example", "recordTypes": ["A", "CNAME", "MX"], "userLevel": "1",
+  "expirationDate": "12/31/2030",
+  "records": [{"domain": "dyn.example", "type": "A", "name": "ann", "address": "192.0.2.1"}]},
+ {"user": "bob", "password": "pw", "firstName": "Bob", "lastName": "Own",
+  "domains": ["bob.example", "shop.example"], "subDomain": "", "recordTypes": ["A", "CNAME", "MX"],
+  "userLevel": "5", "expirationDate": "1/2/2031",
+  "records": [{"domain": "bob.example", "type": "A", "name": "@", "address": "192.0.2.5"}]},
+ {"user": "cat", "password": "pw", "domains": ["cat.example"], "recordTypes": ["A"],
+  "expirationDate": "6/30/2026", "records": []}
+]})";
+
+const QString bobRecord = QStringLiteral("bob.example;;A;;@;;192.0.2.5");
+
+QString valueOf(const QString &reply, const QString &label)
+{
+    const qsizetype at = reply.indexOf(label);
+    return at < 0 ? QString() : reply.mid(at + label.size()).section(QStringLiteral("</p"), 0, 0);
+}
+
+} // namespace
+
+class TestDnsScript : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir dir;
+    std::unique_ptr<AccountBook> book;
+    std::unique_ptr<DnsScript> script;
+    QDate today{2026, 6, 29};
+
+    QString accountsFile() const { return dir.filePath(QStringLiteral("accounts.json")); }
+    QString stateFile() const { return dir.filePath(QStringLiteral("accounts.state.json")); }
+
+    void load()
+    {
+        book = std::make_unique<AccountBook>();
+        QString error;
+        QVERIFY2(book->load(accountsFile(), stateFile(), &error), qPrintable(error));
+        script = std::make_unique<DnsScript>(*book, [this] { return today; });
+    }
+    QString ask(const QString &query)
+    {
+        return script->answer(query, QStringLiteral("192.0.2.77"));
+    }
+    QString recordsOf(const QString &user)
+    {
+        return valueOf(ask(QStringLiteral("FXN=GetIPAddress&Usr=") + user),
+                       QStringLiteral("DomainUserRecords:"));
+    }
+
+private slots:
+    void init()
+    {
+        QFile::remove(stateFile());
+        QFile file(accountsFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(accounts);
+        file.close();
+        today = QDate(2026, 6, 29);
+        load();
+    }
+
+    void login_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("reply");
+        const QString annReply = QStringLiteral(
+            "DNS LOGIN:SUCCESS</p>FirstName:Ann</p>LastName:Free</p>Domains:</p>"
+            "SubDomain:dyn.example</p>RecordTypes:A,CNAME,MX</p>ExpirationDate:12/31/2030</p>"
+            "IPAddress:192.0.2.77</p>DomainUserRecords:dyn.example;;A;;ann;;192.0.2.1</p>"
+            "UserLevel:1</p>");
+        const QString failed =
+            QStringLiteral("DNS LOGIN:FAIL</p>Error:Invalid user name or password</p>");
+        QTest::newRow("free account, password decoded after splitting")
+            << "fxn=login&usr=ann&pwd=a+b%20c" << annReply;
+        QTest::newRow("keys and user name in other case")
+            << "FXN=Login&USR=ANN&Pwd=a+b%20c" << annReply;
+        QTest::newRow("own domains")
+            << "fxn=login&usr=bob&pwd=pw"
+            << QStringLiteral("DNS LOGIN:SUCCESS</p>FirstName:Bob</p>LastName:Own</p>"
+                              "Domains:bob.example,shop.example</p>SubDomain:</p>"
+                              "RecordTypes:A,CNAME,MX</p>ExpirationDate:1/2/2031</p>"
+                              "IPAddress:192.0.2.77</p>DomainUserRecords:") +
+                   bobRecord + QStringLiteral("</p>UserLevel:5</p>");
+        QTest::newRow("plus is not a blank") << "fxn=login&usr=ann&pwd=a%20b%20c" << failed;
+        QTest::newRow("wrong password") << "fxn=login&usr=bob&pwd=PW" << failed;
+        QTest::newRow("unknown user") << "fxn=login&usr=nobody&pwd=pw" << failed;
+        QTest::newRow("no password") << "fxn=login&usr=bob" << failed;
+    }
+    void login()
+    {
+        QFETCH(QString, query);
+        QFETCH(QString, reply);
+        QCOMPARE(ask(query), reply);
+    }
+
+    void login_expiredAccount_stillSucceeds()
+    {
+        today = QDate(2026, 6, 30);
+        QVERIFY(ask(QStringLiteral("fxn=login&usr=cat&pwd=pw"))
+                    .startsWith(QLatin1String("DNS LOGIN:SUCCESS</p>")));
+    }
+
+    void tickler_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("query"); // after "&Usr=<user>&Pwd=..."
+        QTest::addColumn<QString>("error"); // empty: success expected
+        QTest::addColumn<QString>("records");
+        const QString bobA = QStringLiteral("Cname=www&DNSCommand=RECORDADD&RecordType=A&IPAddress="
+                                            "198.51.100.1&Domain=");
+        const QString bobWww = bobRecord + QStringLiteral("~~bob.example;;A;;www;;198.51.100.1");
+        const QString annHost = QStringLiteral("dyn.example;;A;;ann;;192.0.2.1");
+        const auto fail = [](const char *reason) { return QString::fromLatin1(reason); };
+
+        QTest::newRow("add, domain in other case")
+            << "bob" << bobA + QStringLiteral("BOB.example") << "" << bobWww;
+        QTest::newRow("empty name is the apex")
+            << "bob"
+            << "Cname=&Domain=shop.example&DNSCommand=RECORDADD&RecordType=a&IPAddress=192.0.2.9"
+            << "" << bobRecord + QStringLiteral("~~shop.example;;A;;@;;192.0.2.9");
+        QTest::newRow("delete ignores case")
+            << "bob"
+            << "Cname=@&Domain=BOB.EXAMPLE&DNSCommand=recorddelete&RecordType=a&IPAddress=192.0.2.5"
+            << ""
+            << "";
+        QTest::newRow("delete of a missing record succeeds")
+            << "bob"
+            << "Cname=x&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=192.0.2.5"
+            << "" << bobRecord;
+        QTest::newRow("port relay at level 5")
+            << "bob"
+            << "Cname=shop&Domain=shop.example&DNSCommand=RECORDADD&RecordType=Port%20Relay"
+               "&IPAddress=Http://192.0.2.7:8080/x"
+            << ""
+            << bobRecord +
+                   QStringLiteral("~~shop.example;;PORT RELAY;;shop;;Http://192.0.2.7:8080/x");
+        QTest::newRow("MX with preference")
+            << "bob"
+            << "Cname=@&Domain=bob.example&DNSCommand=RECORDADD&RecordType=MX%201"
+               "&IPAddress=mail.bob.example"
+            << "" << bobRecord + QStringLiteral("~~bob.example;;MX 1;;@;;mail.bob.example");
+        QTest::newRow("free host record, empty domain")
+            << "ann"
+            << "Cname=ann&Domain=&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.2"
+            << "" << annHost + QStringLiteral("~~dyn.example;;A;;ann;;192.0.2.2");
+        QTest::newRow("advanced, domain is the user's host")
+            << "ann"
+            << "FXN=DNSTicklerAdvanced&Cname=www.ann&Domain=ann.dyn.example"
+               "&DNSCommand=RECORDADD&RecordType=CNAME&IPAddress=ann.dyn.example"
+            << "" << annHost + QStringLiteral("~~dyn.example;;CNAME;;www.ann;;ann.dyn.example");
+
+        QTest::newRow("wrong password") << "bob" << bobA + QStringLiteral("bob.example&Pwd=other")
+                                        << fail("Invalid user name or password") << bobRecord;
+        QTest::newRow("unknown domain not echoed")
+            << "bob" << bobA + QStringLiteral("SUCCESS.example") << fail("Unknown domain")
+            << bobRecord;
+        QTest::newRow("missing parameter")
+            << "bob"
+            << "Cname=www&Domain=bob.example&DNSCommand=RECORDADD&IPAddress=192.0.2.1"
+            << fail("Missing parameter RecordType") << bobRecord;
+        QTest::newRow("type not in the list")
+            << "bob"
+            << "Cname=t&Domain=bob.example&DNSCommand=RECORDADD&RecordType=TXT&IPAddress=x"
+            << fail("Record type not allowed for this account") << bobRecord;
+        QTest::newRow("port relay below level 5")
+            << "ann"
+            << "Cname=ann&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=PORT%20RELAY"
+               "&IPAddress=Http://192.0.2.7"
+            << fail("Record type not allowed for this account") << annHost;
+        QTest::newRow("unknown command")
+            << "bob"
+            << "Cname=@&Domain=bob.example&DNSCommand=RECORDSET&RecordType=A&IPAddress=192.0.2.1"
+            << fail("Unknown command") << bobRecord;
+        QTest::newRow("another user's free name")
+            << "ann"
+            << "Cname=zed&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.3"
+            << fail("Name not allowed in the free sub-domain") << annHost;
+        QTest::newRow("separator in the address")
+            << "bob"
+            << QStringLiteral("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
+                              "IPAddress=192.0.2.1;;x")
+            << fail("The name or address holds a character that is not allowed") << bobRecord;
+        QTest::newRow("advanced without a sub-domain")
+            << "bob"
+            << "FXN=DNSTicklerAdvanced&Cname=www.bob&Domain=&DNSCommand=RECORDADD"
+               "&RecordType=CNAME&IPAddress=x"
+            << fail("The account has no free sub-domain") << bobRecord;
+    }
+    void tickler()
+    {
+        QFETCH(QString, user);
+        QFETCH(QString, query);
+        QFETCH(QString, error);
+        QFETCH(QString, records);
+        const QString function =
+            query.startsWith(QLatin1String("FXN=")) ? QString() : QStringLiteral("FXN=DNSTickler&");
+        const QString password =
+            user == QLatin1String("ann") ? QStringLiteral("a+b%20c") : QStringLiteral("pw");
+        const QString reply = ask(function + query + QStringLiteral("&Usr=") + user +
+                                  QStringLiteral("&Pwd=") + password);
+
+        if (error.isEmpty()) {
+            QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>Transaction Complete:")),
+                     qPrintable(reply));
+            QCOMPARE(valueOf(reply, QStringLiteral("DomainUserRecords:")), records);
+        } else {
+            QCOMPARE(reply, QStringLiteral("FAIL</p>Error:") + error + QStringLiteral("</p>"));
+        }
+        QCOMPARE(recordsOf(user), records);
+    }
+
+    void tickler_expiresOnItsLastDay()
+    {
+        const QString add =
+            QStringLiteral("FXN=DNSTickler&Usr=cat&Pwd=pw&Cname=@&Domain=cat.example"
+                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.1");
+        QVERIFY(ask(add).startsWith(QLatin1String("SUCCESS")));
+        today = QDate(2026, 6, 30);
+        QCOMPARE(ask(add), QStringLiteral("FAIL</p>Error:Account expired</p>"));
+    }
+
+    void addTwice_keepsOneRecord()
+    {
+        const QString add =
+            QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=WWW&Domain=bob.example"
+                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=198.51.100.1");
+        ask(add);
+        QVERIFY(ask(QString(add).replace(QLatin1String("WWW"), QLatin1String("www")))
+                    .contains(QLatin1String("SUCCESS")));
+        QCOMPARE(recordsOf(QStringLiteral("bob")),
+                 bobRecord + QStringLiteral("~~bob.example;;A;;WWW;;198.51.100.1"));
+    }
+
+    void getIPAddress_data()
+    {
+        QTest::addColumn<QString>("publicAddress");
+        QTest::addColumn<QString>("peer");
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("reply");
+        const QString records =
+            QStringLiteral("</p>DomainUserRecords:") + bobRecord + QStringLiteral("</p>");
+        QTest::newRow("IPv4-mapped peer")
+            << ""
+            << "::ffff:203.0.113.9"
+            << "FXN=GetIPAddress&Usr=bob"
+            << QStringLiteral("SUCCESS</p>IPAddress:203.0.113.9") + records;
+        QTest::newRow("IPv6 loopback")
+            << ""
+            << "::1"
+            << "fxn=getipaddress&usr=BOB"
+            << QStringLiteral("SUCCESS</p>IPAddress:127.0.0.1") + records;
+        QTest::newRow("fixed public address")
+            << "203.0.113.50"
+            << "127.0.0.1"
+            << "FXN=GetIPAddress&Usr=bob"
+            << QStringLiteral("SUCCESS</p>IPAddress:203.0.113.50") + records;
+        QTest::newRow("unknown user") << ""
+                                      << "127.0.0.1"
+                                      << "FXN=GetIPAddress&Usr=zed"
+                                      << "FAIL</p>Error:Unknown user</p>";
+        QTest::newRow("no user") << ""
+                                 << "127.0.0.1"
+                                 << "FXN=GetIPAddress"
+                                 << "FAIL</p>Error:Unknown user</p>";
+    }
+    void getIPAddress()
+    {
+        QFETCH(QString, publicAddress);
+        QFETCH(QString, peer);
+        QFETCH(QString, query);
+        QFETCH(QString, reply);
+        QVERIFY(script->setPublicAddress(publicAddress));
+        QCOMPARE(script->answer(query, peer), reply);
+    }
+
+    void malformedQuery_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("reply");
+        const QString unknown = QStringLiteral("FAIL</p>Error:Unknown function</p>");
+        QTest::newRow("empty") << "" << unknown;
+        QTest::newRow("separators only") << "&&=&=&" << unknown;
+        QTest::newRow("broken escapes") << "%zz=%&fxn=%" << unknown;
+        QTest::newRow("other function") << "FXN=DropAll&Usr=bob&Pwd=pw" << unknown;
+        QTest::newRow("key without value") << "FXN=DNSTickler&Usr"
+                                           << "FAIL</p>Error:Missing parameter Pwd</p>";
+    }
+    void malformedQuery()
+    {
+        QFETCH(QString, query);
+        QFETCH(QString, reply);
+        QCOMPARE(ask(query), reply);
+    }
+
+    void records_surviveRestart_andForeignUsersAreKept()
+    {
+        ask(QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob.example"
+                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=198.51.100.1"));
+        // A user the accounts file no longer lists keeps its entry.
+        QFile state(stateFile());
+        QVERIFY(state.open(QIODevice::ReadOnly));
+        QByteArray json = state.readAll();
+        state.close();
+        json.replace("\"records\": {", "\"records\": {\"gone\": [],");
+        QVERIFY(state.open(QIODevice::WriteOnly));
+        state.write(json);
+        state.close();
+
+        load();
+        QCOMPARE(recordsOf(QStringLiteral("bob")),
+                 bobRecord + QStringLiteral("~~bob.example;;A;;www;;198.51.100.1"));
+        ask(QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob.example"
+                           "&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=198.51.100.1"));
+        load();
+        QCOMPARE(recordsOf(QStringLiteral("bob")), bobRecord);
+        QVERIFY(state.open(QIODevice::ReadOnly));
+        QVERIFY(state.readAll().contains("\"gone\""));
+    }
+
+    void load_badFiles_data()
+    {
+        QTest::addColumn<QByteArray>("accountsJson");
+        QTest::addColumn<QByteArray>("stateJson");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("accounts not JSON")
+            << QByteArray("{") << QByteArray() << "not a JSON object";
+        QTest::newRow("user twice") << QByteArray(R"({"accounts": [{"user": "a", "password": ""},
+            {"user": "A", "password": ""}]})")
+                                    << QByteArray() << "listed twice";
+        QTest::newRow("bad expiration date")
+            << QByteArray(
+                   R"({"accounts": [{"user": "a", "password": "", "expirationDate": "2030-12-31"}]})")
+            << QByteArray() << "not a date";
+        QTest::newRow("broken state is left alone")
+            << accounts << QByteArray("{\"records\": [") << "move the file away";
+        QTest::newRow("record without address")
+            << accounts
+            << QByteArray(R"({"records": {"bob": [{"domain": "d", "type": "A", "name": "n"}]}})")
+            << "no text \"address\"";
+    }
+    void load_badFiles()
+    {
+        QFETCH(QByteArray, accountsJson);
+        QFETCH(QByteArray, stateJson);
+        QFETCH(QString, error);
+        QFile file(accountsFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(accountsJson);
+        file.close();
+        if (!stateJson.isEmpty()) {
+            QFile state(stateFile());
+            QVERIFY(state.open(QIODevice::WriteOnly));
+            state.write(stateJson);
+        }
+        AccountBook failing;
+        QString message;
+        QVERIFY(!failing.load(accountsFile(), stateFile(), &message));
+        QVERIFY2(message.contains(error), qPrintable(message));
+        QVERIFY(failing.accounts().isEmpty());
+        if (!stateJson.isEmpty()) {
+            QFile state(stateFile());
+            QVERIFY(state.open(QIODevice::ReadOnly));
+            QCOMPARE(state.readAll(), stateJson);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDnsScript)
+#include "tst_dnsscript.moc"
