@@ -1,0 +1,863 @@
+// frmMain: construction and layout, the panel switch, start-up, init and the
+// free sub-domain's details.
+#include "frmMain.h"
+
+#include "AdvancedTab.h"
+#include "CSizer.h"
+#include "Icons.h"
+#include "PictureButton.h"
+#include "RegistryStore.h"
+#include "Seams.h"
+#include "ServiceConfig.h"
+#include "TextRules.h"
+#include "Twips.h"
+#include "Windows.h"
+#include "basDNS.h"
+#include "basErr.h"
+#include "clsUser.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPointer>
+#include <QResizeEvent>
+#include <QScreen>
+#include <QStyle>
+#include <QTimer>
+#include <QTreeView>
+#include <optional>
+
+namespace {
+
+// The window at start-up, and every panel but the grid's, in twips.
+constexpr int kStartWidth = 8895;
+constexpr int kStartHeight = 7065;
+constexpr int kPanelLeft = 180;
+constexpr int kPanelWidth = 8535;
+// Space the fixed panels leave around themselves inside the window.
+constexpr int kExtraWidth = 360;
+constexpr int kExtraHeight = 850;
+constexpr int kPanelGap = 200; // between the status panel and the panel below
+
+constexpr int kTopHeight = 1710;
+constexpr int kButtonWidth = 1200;
+constexpr int kButtonHeight = 420;
+constexpr int kHelpSide = 360;
+constexpr int kRowHeight = 330;
+constexpr int kLabelLeft = 120;
+constexpr int kLabelWidth = 1500;
+constexpr int kFieldLeft = 1740;
+// Picture buttons stand at the right of a panel, the last one 120 from its edge.
+constexpr int kButtonStep = kButtonWidth + 120;
+constexpr int kLastButtonLeft = kPanelWidth - 120 - kButtonWidth;
+
+// Heights of the fixed panels; the advanced panel has two.
+constexpr int kEditorHeight = 3090;
+constexpr int kFreeHeight = 2190;
+constexpr int kAdvancedDomainHeight = 1360;
+constexpr int kAdvancedFreeHeight = 2850;
+constexpr int kAdvancedRow1 = 180;
+constexpr int kAdvancedRow2 = 630;
+
+QLabel *makeLabel(const QString &name, const QString &caption, QWidget *parent,
+                  Qt::Alignment align = Qt::AlignLeft | Qt::AlignVCenter, bool bold = false)
+{
+    auto *label = new QLabel(caption, parent);
+    label->setObjectName(name);
+    label->setAlignment(align);
+    if (bold) {
+        QFont f = label->font();
+        f.setBold(true);
+        label->setFont(f);
+    }
+    return label;
+}
+
+QFrame *makeFrame(const QString &name, QWidget *parent, QFrame::Shadow shadow = QFrame::Raised)
+{
+    auto *frame = new QFrame(parent);
+    frame->setObjectName(name);
+    frame->setFrameShape(QFrame::StyledPanel);
+    frame->setFrameShadow(shadow);
+    return frame;
+}
+
+QCheckBox *makeCheck(const QString &name, const QString &caption, QWidget *parent)
+{
+    auto *box = new QCheckBox(caption, parent);
+    box->setObjectName(name);
+    return box;
+}
+
+QComboBox *makeCombo(const QString &name, QWidget *parent)
+{
+    auto *combo = new QComboBox(parent);
+    combo->setObjectName(name);
+    // A drop-down combo: the text may be set to anything, listed or not.
+    combo->setEditable(true);
+    combo->setInsertPolicy(QComboBox::NoInsert);
+    return combo;
+}
+
+QLineEdit *makeText(const QString &name, QWidget *parent)
+{
+    auto *edit = new QLineEdit(parent);
+    edit->setObjectName(name);
+    return edit;
+}
+
+// A small help picture that opens the help page when clicked.
+CaptionLabel *makeHelp(const QString &name, QWidget *parent, const QStyle *style)
+{
+    auto *help = new CaptionLabel(name, QString(), parent);
+    const int side = Twips::ToPixels(kHelpSide);
+    help->setPixmap(style->standardIcon(QStyle::SP_MessageBoxQuestion).pixmap(side, side));
+    help->setToolTip(QStringLiteral("Click here for help page."));
+    help->setCursor(Icons::Hand());
+    return help;
+}
+
+// A settings value as a whole number of twips (or a plain count); a value
+// that is no number, or absurdly large, is ignored so that a damaged settings
+// file cannot stop the window from coming up.
+std::optional<int> settingNumber(const QString &text)
+{
+    if (!TextRules::IsNumeric(text))
+        return std::nullopt;
+    const double value = TextRules::ToDouble(text);
+    if (value < -10'000'000.0 || value > 10'000'000.0)
+        return std::nullopt;
+    return static_cast<int>(value);
+}
+
+bool isNormalState(Qt::WindowStates state)
+{
+    return !(state & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen));
+}
+
+QString versionText()
+{
+    return QStringLiteral("%1.%2").arg(VELTRIO_VERSION_MAJOR).arg(VELTRIO_VERSION_MINOR);
+}
+
+} // namespace
+
+frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
+{
+    setObjectName(QStringLiteral("frmMain"));
+    setWindowTitle(QStringLiteral("Veltrio Dynamic DNS"));
+    setWindowIcon(Icons::Application());
+
+    auto *central = new QWidget(this);
+    central->setObjectName(QStringLiteral("centralWidget"));
+    setCentralWidget(central);
+
+    buildMenus();
+    SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), kStartWidth, kStartHeight);
+    buildStatusPanel(central);
+    m_panelTop = Twips::Height(frmTop) + kPanelGap;
+    buildGridPanel(central);
+    buildFreePanel(central);
+    buildEditorPanel(central);
+    buildAdvancedPanel(central);
+
+    tmrAuto = new QTimer(this);
+    tmrAuto->setObjectName(QStringLiteral("tmrAuto"));
+    tmrAuto->setInterval(10000);
+    tmrTimes = new QTimer(this);
+    tmrTimes->setObjectName(QStringLiteral("tmrTimes"));
+    tmrTimes->setInterval(1000);
+    tmrTimes->start();
+
+    connectHandlers();
+    SetMainWindow(this);
+}
+
+frmMain::~frmMain()
+{
+    if (MainWindow() == this)
+        SetMainWindow(nullptr);
+}
+
+void frmMain::buildMenus()
+{
+    mnuFile = menuBar()->addMenu(QStringLiteral("&File"));
+    mnuFile->setObjectName(QStringLiteral("mnuFile"));
+    mnuAddDomain = mnuFile->addAction(QStringLiteral("&Add Domain"));
+    mnuLogin = mnuFile->addAction(QStringLiteral("&Log Off"));
+    mnuSeperator1 = mnuFile->addSeparator();
+    mnuLogout = mnuFile->addAction(QStringLiteral("E&xit"));
+
+    mnuHelp = menuBar()->addMenu(QStringLiteral("&Help"));
+    mnuHelp->setObjectName(QStringLiteral("mnuHelp"));
+    mnuOnlineHelp = mnuHelp->addAction(QStringLiteral("&Online Help"));
+    mnuSeperator2 = mnuHelp->addSeparator();
+    mnuAbout = mnuHelp->addAction(QStringLiteral("&About"));
+
+    // The tray's menu: never in the menu bar.
+    mnuPopup = new QMenu(QStringLiteral("Popup"), this);
+    mnuPopup->setObjectName(QStringLiteral("mnuPopup"));
+    mnuPopupHide = mnuPopup->addAction(QStringLiteral("&Hide"));
+    mnuPopupLogOff = mnuPopup->addAction(QStringLiteral("&Log Off"));
+    mnuPopupShow = mnuPopup->addAction(QStringLiteral("&Show"));
+    mnuSeperator3 = mnuPopup->addSeparator();
+    mnuPopupAbout = mnuPopup->addAction(QStringLiteral("&About"));
+    mnuSeperator4 = mnuPopup->addSeparator();
+    mnuPopupExit = mnuPopup->addAction(QStringLiteral("E&xit"));
+
+    const std::pair<QAction *, const char *> names[] = {{mnuAddDomain, "mnuAddDomain"},
+                                                        {mnuLogin, "mnuLogin"},
+                                                        {mnuSeperator1, "mnuSeperator1"},
+                                                        {mnuLogout, "mnuLogout"},
+                                                        {mnuOnlineHelp, "mnuOnlineHelp"},
+                                                        {mnuSeperator2, "mnuSeperator2"},
+                                                        {mnuAbout, "mnuAbout"},
+                                                        {mnuPopupHide, "mnuPopupHide"},
+                                                        {mnuPopupLogOff, "mnuPopupLogOff"},
+                                                        {mnuPopupShow, "mnuPopupShow"},
+                                                        {mnuSeperator3, "mnuSeperator3"},
+                                                        {mnuPopupAbout, "mnuPopupAbout"},
+                                                        {mnuSeperator4, "mnuSeperator4"},
+                                                        {mnuPopupExit, "mnuPopupExit"}};
+    for (const auto &[action, name] : names)
+        action->setObjectName(QLatin1String(name));
+}
+
+void frmMain::buildStatusPanel(QWidget *central)
+{
+    frmTop = makeFrame(QStringLiteral("frmTop"), central);
+    Twips::Move(frmTop, kPanelLeft, 90, kPanelWidth, kTopHeight);
+
+    Image1 = makeLabel(QStringLiteral("Image1"), QString(), frmTop);
+    Twips::Move(Image1, 120, 120, 2700, 840);
+    Image1->setPixmap(Icons::Logo(Image1->size()));
+
+    // The account's expiry stays under the logo; the status block keeps to
+    // the right and follows the window's right edge.
+    Label21 =
+        makeLabel(QStringLiteral("Label21"), QStringLiteral("Your Account Expires on:"), frmTop);
+    Twips::Move(Label21, 120, 1080, 2700, 240);
+    lblExpirationDate = makeLabel(QStringLiteral("lblExpirationDate"), QString(), frmTop,
+                                  Qt::AlignLeft | Qt::AlignVCenter, true);
+    Twips::Move(lblExpirationDate, 120, 1320, 2700, 240);
+
+    frmIPStatus = makeFrame(QStringLiteral("frmIPStatus"), frmTop, QFrame::Sunken);
+    const int statusLeft = 2940;
+    const int statusWidth = kPanelWidth - statusLeft - 60;
+    Twips::Move(frmIPStatus, statusLeft, 60, statusWidth, kTopHeight - 120);
+
+    const int valueWidth = 2700;
+    const int captionWidth = 2000;
+    const int valueLeft = statusWidth - 120 - valueWidth;
+    const int captionLeft = valueLeft - 60 - captionWidth;
+    const Qt::Alignment right = Qt::AlignRight | Qt::AlignVCenter;
+    const Qt::Alignment left = Qt::AlignLeft | Qt::AlignVCenter;
+    const struct
+    {
+        QLabel **caption;
+        const char *captionName;
+        const char *captionText;
+        QLabel **value;
+        const char *valueName;
+    } rows[] = {
+        {&Label7, "Label7", "Current IPAddress:", &lblIPAddress, "lblIPAddress"},
+        {&lblStatusH, "lblStatusH", "Connection Status:", &lblStatus, "lblStatus"},
+        {&Label11, "Label11", "Current Up Time:", &lblUpTime, "lblUpTime"},
+        {&Label20, "Label20", "Last IP Check:", &lblLastIPCheck, "lblLastIPCheck"},
+        {&Label22, "Label22", "Total Transactions:", &lblTimesIPChanged, "lblTimesIPChanged"},
+    };
+    int top = 135;
+    for (const auto &row : rows) {
+        *row.caption = makeLabel(QLatin1String(row.captionName), QLatin1String(row.captionText),
+                                 frmIPStatus, right);
+        Twips::Move(*row.caption, captionLeft, top, captionWidth, 240);
+        *row.value = makeLabel(QLatin1String(row.valueName), QString(), frmIPStatus, left, true);
+        Twips::Move(*row.value, valueLeft, top, valueWidth, 240);
+        top += 285;
+    }
+    lblTimesIPChanged->setText(QStringLiteral("0"));
+    SetStatus(QStringLiteral("Connected"), ::StatusColour::Connected);
+}
+
+void frmMain::buildGridPanel(QWidget *central)
+{
+    // The grid's panel fills the window below the status panel.
+    const int menuHeight = Twips::FromPixels(menuBar()->sizeHint().height());
+    const int height = kStartHeight - menuHeight - m_panelTop - 120;
+    frameGrid = makeFrame(QStringLiteral("frameGrid"), central);
+    Twips::Move(frameGrid, kPanelLeft, m_panelTop, kPanelWidth, height);
+    frameGrid->hide();
+
+    CreateGrid(frameGrid);
+    Twips::Move(lvDomainUser, 120, 120, kPanelWidth - 240, height - 120 - 660);
+    PrepareGrid();
+
+    const int buttonTop = height - 120 - kButtonHeight;
+    cmdAddGrid = new PictureButton(QStringLiteral("cmdAddGrid"), QStringLiteral("Label9"),
+                                   QStringLiteral("Add"), frameGrid);
+    cmdAddGrid->place(kLastButtonLeft - 3 * kButtonStep, buttonTop, kButtonWidth, kButtonHeight);
+    cmdEditGrid = new PictureButton(QStringLiteral("cmdEditGrid"), QStringLiteral("Label13"),
+                                    QStringLiteral("Edit"), frameGrid);
+    cmdEditGrid->place(kLastButtonLeft - 2 * kButtonStep, buttonTop, kButtonWidth, kButtonHeight);
+    cmdDeleteGrid = new PictureButton(QStringLiteral("cmdDeleteGrid"), QStringLiteral("Label12"),
+                                      QStringLiteral("Delete"), frameGrid);
+    cmdDeleteGrid->place(kLastButtonLeft - kButtonStep, buttonTop, kButtonWidth, kButtonHeight);
+    cmdAdvancedDomain =
+        new PictureButton(QStringLiteral("cmdAdvancedDomain"), QStringLiteral("Label14"),
+                          QStringLiteral("Advanced"), frameGrid);
+    cmdAdvancedDomain->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
+    imgHelpGrid = makeHelp(QStringLiteral("imgHelpGrid"), frameGrid, style());
+    Twips::Move(imgHelpGrid, kLastButtonLeft - 3 * kButtonStep - 120 - kHelpSide,
+                buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
+}
+
+void frmMain::buildFreePanel(QWidget *central)
+{
+    frameVeltrioDomain = makeFrame(QStringLiteral("frameVeltrioDomain"), central);
+    Twips::Move(frameVeltrioDomain, kPanelLeft, m_panelTop, kPanelWidth, kFreeHeight);
+    frameVeltrioDomain->hide();
+    const Qt::Alignment right = Qt::AlignRight | Qt::AlignVCenter;
+
+    Label4 =
+        makeLabel(QStringLiteral("Label4"), QStringLiteral("Domain:"), frameVeltrioDomain, right);
+    Twips::Move(Label4, kLabelLeft, 180, kLabelWidth, kRowHeight);
+    lblDomain = makeLabel(QStringLiteral("lblDomain"), QString(), frameVeltrioDomain,
+                          Qt::AlignLeft | Qt::AlignVCenter, true);
+    Twips::Move(lblDomain, kFieldLeft, 180, kPanelWidth - kFieldLeft - 120, kRowHeight);
+
+    Label3 = makeLabel(QStringLiteral("Label3"), QStringLiteral("IPAddress:"), frameVeltrioDomain,
+                       right);
+    Twips::Move(Label3, kLabelLeft, 630, kLabelWidth, kRowHeight);
+    txtVeltrioIP = makeText(QStringLiteral("txtVeltrioIP"), frameVeltrioDomain);
+    Twips::Move(txtVeltrioIP, kFieldLeft, 630, 2400, kRowHeight);
+
+    chkAutoIP = makeCheck(QStringLiteral("chkAutoIP"), QStringLiteral("Automatic IP Resolution"),
+                          frameVeltrioDomain);
+    Twips::Move(chkAutoIP, kFieldLeft, 1080, 3600, kRowHeight);
+
+    const int buttonTop = kFreeHeight - 120 - kButtonHeight;
+    cmdVeltrioSetIP = new PictureButton(QStringLiteral("cmdVeltrioSetIP"), QStringLiteral("Label1"),
+                                        QStringLiteral("Update/Add"), frameVeltrioDomain);
+    cmdVeltrioSetIP->place(kLastButtonLeft - kButtonStep, buttonTop, kButtonWidth, kButtonHeight);
+    cmdAdvancedFree =
+        new PictureButton(QStringLiteral("cmdAdvancedFree"), QStringLiteral("Label15"),
+                          QStringLiteral("Advanced"), frameVeltrioDomain);
+    cmdAdvancedFree->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
+    imgHelpFree = makeHelp(QStringLiteral("imgHelpFree"), frameVeltrioDomain, style());
+    Twips::Move(imgHelpFree, kLastButtonLeft - kButtonStep - 120 - kHelpSide,
+                buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
+}
+
+void frmMain::buildEditorPanel(QWidget *central)
+{
+    frameOtherDomain = makeFrame(QStringLiteral("frameOtherDomain"), central);
+    Twips::Move(frameOtherDomain, kPanelLeft, m_panelTop, kPanelWidth, kEditorHeight);
+    frameOtherDomain->hide();
+    const Qt::Alignment right = Qt::AlignRight | Qt::AlignVCenter;
+    const QString nameHint =
+        QStringLiteral("Leave blank when changing or adding mx record for root domain address.");
+
+    Label2 =
+        makeLabel(QStringLiteral("Label2"), QStringLiteral("Domain:"), frameOtherDomain, right);
+    Twips::Move(Label2, kLabelLeft, 180, kLabelWidth, kRowHeight);
+    cboDomain = makeCombo(QStringLiteral("cboDomain"), frameOtherDomain);
+    Twips::Move(cboDomain, kFieldLeft, 180, 3900, kRowHeight);
+
+    Label8 = makeLabel(QStringLiteral("Label8"), QStringLiteral("Record Type:"), frameOtherDomain,
+                       right);
+    Twips::Move(Label8, kLabelLeft, 630, kLabelWidth, kRowHeight);
+    cboRecordType = makeCombo(QStringLiteral("cboRecordType"), frameOtherDomain);
+    Twips::Move(cboRecordType, kFieldLeft, 630, 2400, kRowHeight);
+
+    Label10 =
+        makeLabel(QStringLiteral("Label10"), QStringLiteral("Name:"), frameOtherDomain, right);
+    Label10->setToolTip(nameHint);
+    Twips::Move(Label10, kLabelLeft, 1080, kLabelWidth, kRowHeight);
+    txtCName = makeText(QStringLiteral("txtCName"), frameOtherDomain);
+    txtCName->setToolTip(nameHint);
+    Twips::Move(txtCName, kFieldLeft, 1080, 2400, kRowHeight);
+
+    lblServerAddress = makeLabel(QStringLiteral("lblServerAddress"), QStringLiteral("Pointing To:"),
+                                 frameOtherDomain, right);
+    Twips::Move(lblServerAddress, kLabelLeft, 1530, kLabelWidth, kRowHeight);
+    txtServerIP = makeText(QStringLiteral("txtServerIP"), frameOtherDomain);
+    Twips::Move(txtServerIP, kFieldLeft, 1530, 3900, kRowHeight);
+    lblPort =
+        makeLabel(QStringLiteral("lblPort"), QStringLiteral("Port:"), frameOtherDomain, right);
+    Twips::Move(lblPort, 5760, 1530, 660, kRowHeight);
+    txtPort = makeText(QStringLiteral("txtPort"), frameOtherDomain);
+    Twips::Move(txtPort, 6540, 1530, 1000, kRowHeight);
+    lblPort->hide();
+    txtPort->hide();
+
+    chkDomainAutoIP = makeCheck(QStringLiteral("chkDomainAutoIP"),
+                                QStringLiteral("Automatic IP Resolution"), frameOtherDomain);
+    Twips::Move(chkDomainAutoIP, kFieldLeft, 1980, 3600, kRowHeight);
+
+    const int buttonTop = kEditorHeight - 120 - kButtonHeight;
+    cmdServerIP = new PictureButton(QStringLiteral("cmdServerIP"), QStringLiteral("Label5"),
+                                    QStringLiteral("Update/Add"), frameOtherDomain);
+    cmdServerIP->place(kLastButtonLeft - kButtonStep, buttonTop, kButtonWidth, kButtonHeight);
+    cmdCancel = new PictureButton(QStringLiteral("cmdCancel"), QStringLiteral("Label6"),
+                                  QStringLiteral("Cancel"), frameOtherDomain);
+    cmdCancel->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
+    imgHelpDomain = makeHelp(QStringLiteral("imgHelpDomain"), frameOtherDomain, style());
+    Twips::Move(imgHelpDomain, kLastButtonLeft - kButtonStep - 120 - kHelpSide,
+                buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
+}
+
+void frmMain::buildAdvancedPanel(QWidget *central)
+{
+    frameAdvanced = makeFrame(QStringLiteral("frameAdvanced"), central);
+    Twips::Move(frameAdvanced, kPanelLeft, m_panelTop, kPanelWidth, kAdvancedFreeHeight);
+    frameAdvanced->hide();
+    const Qt::Alignment right = Qt::AlignRight | Qt::AlignVCenter;
+
+    // The connection choices on top: the only part shown to accounts with
+    // their own domains.
+    Label16 = makeLabel(QStringLiteral("Label16"), QStringLiteral("Alternate Ports:"),
+                        frameAdvanced, right);
+    Twips::Move(Label16, kLabelLeft, kAdvancedRow1, 2100, kRowHeight);
+    cboPorts = makeCombo(QStringLiteral("cboPorts"), frameAdvanced);
+    Twips::Move(cboPorts, 2340, kAdvancedRow1, 1100, kRowHeight);
+    chkSSL =
+        makeCheck(QStringLiteral("chkSSL"),
+                  QStringLiteral("Use SSL Secure Update (May effect update speed)"), frameAdvanced);
+    Twips::Move(chkSSL, 3660, kAdvancedRow1, kPanelWidth - 3660 - 120, kRowHeight);
+
+    Label17 = makeLabel(QStringLiteral("Label17"), QStringLiteral("Refresh Rate (seconds):"),
+                        frameAdvanced, right);
+    Twips::Move(Label17, kLabelLeft, kAdvancedRow2, 2100, kRowHeight);
+    cboRefreshRate = makeCombo(QStringLiteral("cboRefreshRate"), frameAdvanced);
+    Twips::Move(cboRefreshRate, 2340, kAdvancedRow2, 1100, kRowHeight);
+    chkService =
+        makeCheck(QStringLiteral("chkService"), QStringLiteral("Run as a Service"), frameAdvanced);
+    Twips::Move(chkService, 3660, kAdvancedRow2, 2700, kRowHeight);
+
+    // The free sub-domain's service shortcuts below.
+    auto *line = new QFrame(frameAdvanced);
+    line->setObjectName(QStringLiteral("Line2"));
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    Twips::Move(line, 120, 1110, kPanelWidth - 240, 30);
+
+    const struct
+    {
+        QCheckBox **box;
+        const char *name;
+        const char *caption;
+    } shortcuts[] = {
+        {&chkFTP, "chkFTP", "FTP"},    {&chkWWW, "chkWWW", "WWW"},
+        {&chkIRC, "chkIRC", "IRC"},    {&chkTelnet, "chkTelnet", "Telnet"},
+        {&chkPCAW, "chkPCAW", "PCAW"}, {&chkVNC, "chkVNC", "VNC"},
+        {&chkMail, "chkMail", "Mail"}, {&chkMX, "chkMX", "Add MX Record"},
+    };
+    for (int i = 0; i < 8; ++i) {
+        *shortcuts[i].box = makeCheck(QLatin1String(shortcuts[i].name),
+                                      QLatin1String(shortcuts[i].caption), frameAdvanced);
+        Twips::Move(*shortcuts[i].box, i < 4 ? 240 : 3660, 1230 + (i % 4) * 270, 3300, 270);
+    }
+
+    cmdOKAdvanced = new PictureButton(QStringLiteral("cmdOKAdvanced"), QStringLiteral("Label18"),
+                                      QStringLiteral("Done"), frameAdvanced);
+    cmdOKAdvanced->place(kLastButtonLeft, kAdvancedFreeHeight - 450, kButtonWidth, kButtonHeight);
+}
+
+void frmMain::connectHandlers()
+{
+    // A picture button's caption label is part of the button.
+    const std::pair<PictureButton *, void (frmMain::*)()> buttons[] = {
+        {cmdAddGrid, &frmMain::cmdAddGrid_Click},
+        {cmdEditGrid, &frmMain::cmdEditGrid_Click},
+        {cmdDeleteGrid, &frmMain::cmdDeleteGrid_Click},
+        {cmdAdvancedDomain, &frmMain::cmdAdvancedDomain_Click},
+        {cmdVeltrioSetIP, &frmMain::cmdVeltrioSetIP_Click},
+        {cmdAdvancedFree, &frmMain::cmdAdvancedFree_Click},
+        {cmdServerIP, &frmMain::cmdServerIP_Click},
+        {cmdCancel, &frmMain::cmdCancel_Click},
+        {cmdOKAdvanced, &frmMain::cmdOKAdvanced_Click}};
+    for (const auto &[button, handler] : buttons) {
+        connect(button, &QPushButton::clicked, this, handler);
+        connect(button->label(), &CaptionLabel::clicked, this, handler);
+    }
+    for (CaptionLabel *help : {imgHelpGrid, imgHelpFree, imgHelpDomain})
+        connect(help, &CaptionLabel::clicked, this, &frmMain::imgHelp_Click);
+
+    // The record type chosen from the list is the combo's click.
+    connect(cboRecordType, &QComboBox::activated, this, &frmMain::cboRecordType_Click);
+    // The port belongs to port relays only, however the type was set.
+    connect(cboRecordType, &QComboBox::currentTextChanged, this, [this](const QString &type) {
+        const bool relay = type.toUpper() == QLatin1String("PORT RELAY");
+        txtPort->setVisible(relay);
+        lblPort->setVisible(relay);
+    });
+    // The editor's AutoIP box reacts to the user's click; loading a record
+    // into the editor sets it without filling in the current address.
+    connect(chkDomainAutoIP, &QCheckBox::clicked, this, &frmMain::chkDomainAutoIP_Click);
+    // The free sub-domain's box reacts to every change of its state, also
+    // when the saved state is loaded at login.
+    connect(chkAutoIP, &QCheckBox::toggled, this, &frmMain::chkAutoIP_Click);
+
+    connect(mnuAddDomain, &QAction::triggered, this, &frmMain::mnuAddDomain_Click);
+    connect(mnuLogin, &QAction::triggered, this, &frmMain::mnuLogin_Click);
+    connect(mnuLogout, &QAction::triggered, this, &frmMain::mnuLogout_Click);
+    connect(mnuOnlineHelp, &QAction::triggered, this, &frmMain::mnuOnlineHelp_Click);
+    connect(mnuAbout, &QAction::triggered, this, &frmMain::mnuAbout_Click);
+
+    connect(tmrAuto, &QTimer::timeout, this, &frmMain::tmrAuto_Timer);
+    connect(tmrTimes, &QTimer::timeout, this, &frmMain::tmrTimes_Timer);
+}
+
+QString frmMain::UserKey()
+{
+    return QStringLiteral("SOFTWARE\\Veltrio\\") + User().sUsername;
+}
+
+void frmMain::SetWindowGeometryTwips(int left, int top, int width, int height)
+{
+    move(Twips::ToPixels(left), Twips::ToPixels(top));
+    resize(Twips::ToPixels(std::max(width, 0)), Twips::ToPixels(std::max(height, 0)));
+    // A hidden window gets its resize event only when shown; the controls
+    // follow the new size at once all the same.
+    Form_Resize();
+}
+
+void frmMain::CreateSizer()
+{
+    m_sizer = std::make_unique<CSizer>();
+    m_sizer->Create(this);
+    for (QWidget *label : {Label7, lblIPAddress, lblStatusH, lblStatus, Label11, lblUpTime, Label20,
+                           lblLastIPCheck, Label22, lblTimesIPChanged})
+        m_sizer->Add(label, CSizer::MoveRight);
+    m_sizer->Add(frmTop, CSizer::GrowWidth);
+    m_sizer->Add(frmIPStatus, CSizer::GrowWidth);
+    m_sizer->Add(frameGrid, CSizer::GrowWidth | CSizer::GrowHeight);
+    m_sizer->Add(lvDomainUser, CSizer::GrowWidth | CSizer::GrowHeight);
+    for (QWidget *control : std::initializer_list<QWidget *>{cmdAddGrid, cmdDeleteGrid, cmdEditGrid,
+                                                             cmdAdvancedDomain, imgHelpGrid})
+        m_sizer->Add(control, CSizer::MoveRight | CSizer::MoveDown);
+}
+
+void frmMain::Form_Resize()
+{
+    Trap(QStringLiteral("frmMain.MDIForm_Load()"), [&] {
+        if (windowState() & Qt::WindowMinimized)
+            return;
+        if (m_sizer)
+            m_sizer->Resize();
+    });
+}
+
+void frmMain::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    Form_Resize();
+}
+
+void frmMain::ShowFrame(const QString &sFrame)
+{
+    Trap(QStringLiteral("frmMain.ShowFrame()"), [&] {
+        frameVeltrioDomain->hide();
+        frameGrid->hide();
+        frameOtherDomain->hide();
+        frameAdvanced->hide();
+        const int panelTop = Twips::Height(frmTop) + kPanelGap;
+        // Only the grid's layout may be resized by the user.
+        setMinimumSize(0, 0);
+        setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+
+        if (!(m_gridWindowState & Qt::WindowMaximized))
+            m_gridWindowState = Qt::WindowNoState;
+        if (sFrame != QLatin1String("Grid")) {
+            m_gridWindowState = windowState();
+            if (isNormalState(windowState())) {
+                RegistryStore store;
+                store.SetKey(UserKey());
+                store.WriteValue(QStringLiteral("MainLeft"), Twips::Left(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainTop"), Twips::Top(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainWidth"), Twips::Width(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainHeight"), Twips::Height(this),
+                                 RegistryStore::Number);
+            }
+            setWindowState(Qt::WindowNoState);
+            SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), kStartWidth, kStartHeight);
+        }
+
+        QFrame *panel = nullptr;
+        int panelHeight = 0;
+        if (sFrame == QLatin1String("AdvancedDomain")) {
+            panel = frameAdvanced;
+            panelHeight = kAdvancedDomainHeight;
+            // Only the connection choices: "Done" moves up to their row.
+            cmdOKAdvanced->place(kLastButtonLeft, kAdvancedRow2 - (kButtonHeight - kRowHeight) / 2,
+                                 kButtonWidth, kButtonHeight);
+        } else if (sFrame == QLatin1String("AdvancedFree")) {
+            panel = frameAdvanced;
+            panelHeight = kAdvancedFreeHeight;
+            cmdOKAdvanced->place(kLastButtonLeft, panelHeight - 450, kButtonWidth, kButtonHeight);
+        } else if (sFrame == QLatin1String("Veltrio")) {
+            panel = frameVeltrioDomain;
+            panelHeight = kFreeHeight;
+        } else if (sFrame == QLatin1String("Domain")) {
+            panel = frameOtherDomain;
+            panelHeight = kEditorHeight;
+        } else if (sFrame == QLatin1String("Grid")) {
+            setWindowState(Qt::WindowNoState);
+            Twips::Move(frameGrid, Twips::Left(frameGrid), panelTop, Twips::Width(frmTop),
+                        Twips::Height(frameGrid));
+            if (!m_gridShownOnce) {
+                m_gridShownOnce = true;
+                SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), kStartWidth,
+                                       Twips::Height(this));
+                CreateSizer();
+            }
+            RestoreGridGeometry();
+            frameGrid->show();
+            setWindowState(m_gridWindowState);
+            Form_Resize();
+            return;
+        }
+        if (!panel)
+            return;
+
+        Twips::Move(panel, Twips::Left(panel), panelTop, Twips::Width(panel), panelHeight);
+        const int width = Twips::Width(panel) + kExtraWidth;
+        const int height = panelTop + panelHeight + kExtraHeight;
+        SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), width, height);
+        Twips::Move(frmTop, Twips::Left(frmTop), Twips::Top(frmTop), Twips::Width(panel),
+                    Twips::Height(frmTop));
+        panel->show();
+        setFixedSize(size());
+    });
+}
+
+void frmMain::RestoreGridGeometry()
+{
+    RegistryStore store;
+    store.SetKey(UserKey());
+    const auto left = settingNumber(store.ReadValue(QStringLiteral("MainLeft")));
+    const auto top = settingNumber(store.ReadValue(QStringLiteral("MainTop")));
+    const auto width = settingNumber(store.ReadValue(QStringLiteral("MainWidth")));
+    const auto height = settingNumber(store.ReadValue(QStringLiteral("MainHeight")));
+    SetWindowGeometryTwips(left.value_or(Twips::Left(this)), top.value_or(Twips::Top(this)),
+                           width.value_or(Twips::Width(this)),
+                           height.value_or(Twips::Height(this)));
+}
+
+void frmMain::Form_Load()
+{
+    QPointer<frmMain> self(this);
+    Trap(QStringLiteral("frmMain.form_load()"), [&] {
+        Program::bSkipClosePrompt = false;
+        bLogOffPending = false;
+        bExitPending = false;
+        sTrayText.clear();
+
+        PrepareLoginWindow(QStringLiteral("Login  version ") + versionText());
+
+        for (QWidget *link :
+             std::initializer_list<QWidget *>{imgHelpGrid, imgHelpFree, imgHelpDomain})
+            link->setCursor(Icons::Hand());
+
+        QRect screen(0, 0, 1024, 768);
+        if (const QScreen *s = this->screen() ? this->screen() : QGuiApplication::primaryScreen())
+            screen = s->geometry();
+        const int screenWidth = Twips::FromPixels(screen.width());
+        const int screenHeight = Twips::FromPixels(screen.height());
+        SetWindowGeometryTwips(Twips::FromPixels(screen.left()) + (screenWidth - kStartWidth) / 2,
+                               Twips::FromPixels(screen.top()) + (screenHeight - kStartHeight) / 2 -
+                                   500,
+                               kStartWidth, kStartHeight);
+
+        CreateSizer();
+        PrepareGrid();
+
+        bool saved = false;
+        {
+            RegistryStore store;
+            store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+            saved = store.ReadValue(QStringLiteral("bSaveLogin")) == QLatin1String("1");
+            if (saved) {
+                const QString user = store.ReadValue(QStringLiteral("Username"));
+                const QString password = store.ReadValue(QStringLiteral("Password"));
+                Program::bSaveLogin = true;
+                RunSavedLogin(user, password);
+            }
+        }
+        if (!saved || !Program::bLoggedIn)
+            ShowLoginModal();
+        if (!self || !Windows::Find(QStringLiteral("frmMain")))
+            return;
+
+        setWindowTitle(QStringLiteral("Veltrio Dynamic DNS version ") + versionText() +
+                       QStringLiteral(" Rev ") + QString::number(VELTRIO_REVISION));
+        ApplyUserLayout();
+        setWindowState(m_gridWindowState);
+        init();
+        // The tray icon comes with the tray.
+    });
+}
+
+void frmMain::ApplyUserLayout()
+{
+    RegistryStore store;
+    store.SetKey(UserKey());
+    const int count = store.ValueCount();
+    for (int i = 1; i <= count; ++i) {
+        const QString name = store.ValueName(i).toLower();
+        const auto value = settingNumber(store.ReadValue(i));
+        if (!value)
+            continue;
+        const int v = *value;
+        if (name == QLatin1String("mainleft")) {
+            SetWindowGeometryTwips(v, Twips::Top(this), Twips::Width(this), Twips::Height(this));
+        } else if (name == QLatin1String("maintop")) {
+            SetWindowGeometryTwips(Twips::Left(this), v, Twips::Width(this), Twips::Height(this));
+        } else if (name == QLatin1String("mainwidth")) {
+            SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), v, Twips::Height(this));
+        } else if (name == QLatin1String("mainheight")) {
+            SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), Twips::Width(this), v);
+        } else if (name == QLatin1String("windowstate")) {
+            m_gridWindowState = v == 2   ? Qt::WindowMaximized
+                                : v == 1 ? Qt::WindowMinimized
+                                         : Qt::WindowNoState;
+        } else if (name.size() == 4 && name.startsWith(QLatin1String("col")) &&
+                   name.at(3) >= QLatin1Char('1') && name.at(3) <= QLatin1Char('5')) {
+            if (v >= 0)
+                lvDomainUser->header()->resizeSection(name.at(3).digitValue() - 1,
+                                                      Twips::ToPixels(v));
+        } else if (name == QLatin1String("sortcol")) {
+            if (v >= 0 && v < lvDomainUser->model()->columnCount())
+                SetSort(v, m_sortDescending, m_sorted);
+        } else if (name == QLatin1String("sortorder")) {
+            SetSort(m_sortKey, v == 1, m_sorted);
+        } else if (name == QLatin1String("sorted")) {
+            SetSort(m_sortKey, m_sortDescending, v != 0);
+        }
+    }
+}
+
+void frmMain::init()
+{
+    Trap(QStringLiteral("frmMain.init()"), [&] {
+        clsUser &user = User();
+        tmrAuto->start();
+        lblIPAddress->setText(user.sIPAddress);
+        Program::sStartTime = Seams::Now().toString(Qt::ISODate);
+        lblExpirationDate->setText(user.sExpirationDate);
+
+        RegistryStore store;
+        store.SetKey(UserKey());
+        basDNS::LoadAdvancedTabSettings(this);
+
+        if (user.sSubDomain > QString()) {
+            user.bVeltrioOnly = true;
+            mnuAddDomain->setVisible(false);
+            ShowFrame(QStringLiteral("Veltrio"));
+            show();
+        } else {
+            user.bVeltrioOnly = false;
+            mnuAddDomain->setVisible(true);
+            Program::sAutoIPList = store.ReadValue(QStringLiteral("AutoIPs"));
+            ShowFrame(QStringLiteral("Grid"));
+            show();
+            FillRecordTypes();
+            txtCName->setText(user.sUsername);
+            FillDomainUserGrid();
+        }
+    });
+}
+
+void frmMain::FillRecordTypes()
+{
+    basDNS::FillComboFromList(cboDomain, User().sDomainList);
+    basDNS::FillComboFromList(cboRecordType, User().sRecordTypeList);
+    if (User().sUserLevel == QLatin1String("5"))
+        cboRecordType->addItem(QStringLiteral("Port Relay"));
+}
+
+void frmMain::LoadFreeUserInfo()
+{
+    Trap(QStringLiteral("frmMain.LoadFreeUserInfo()"), [&] {
+        clsUser &user = User();
+        user.sDomain = user.sSubDomain;
+        RegistryStore store;
+        store.SetKey(UserKey());
+
+        bLoadingFreeInfo = true;
+        const std::pair<const char *, QCheckBox *> shortcuts[] = {
+            {"bMX", chkMX},   {"bFTP", chkFTP}, {"bMail", chkMail}, {"bTelnet", chkTelnet},
+            {"bVNC", chkVNC}, {"bWWW", chkWWW}, {"bIRC", chkIRC},   {"bPCAW", chkPCAW}};
+        for (const auto &[name, box] : shortcuts) {
+            if (store.ReadValue(QLatin1String(name)) == QLatin1String("1"))
+                box->setChecked(true);
+        }
+        bLoadingFreeInfo = false;
+        if (store.ReadValue(QStringLiteral("bAutoIP")) == QLatin1String("1"))
+            chkAutoIP->setChecked(true);
+
+        txtVeltrioIP->setText(store.ReadValue(QStringLiteral("IPAddress")));
+        if (txtVeltrioIP->text().isEmpty())
+            txtVeltrioIP->setText(user.sIPAddress);
+        user.sIPAddress = txtVeltrioIP->text();
+        user.sRecordType = QStringLiteral("A");
+
+        // The sub-domain points at the service's own server while the client
+        // is away; point it back at this machine.
+        QString host = user.sUsername;
+        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
+                           Config().defaultServerAddress, true, false);
+        host = user.sUsername;
+        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordAdd, user.sRecordType,
+                           txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+        lblDomain->setText(user.sUsername + QLatin1Char('.') + user.sSubDomain);
+    });
+}
+
+int frmMain::StatusColour() const
+{
+    return m_statusColour;
+}
+
+void frmMain::SetStatus(const QString &caption, int colour)
+{
+    m_statusColour = colour;
+    lblStatus->setText(caption);
+    lblStatus->setProperty("ForeColor", colour);
+    // The colour is written blue-green-red: red in the lowest byte.
+    QPalette palette = lblStatus->palette();
+    palette.setColor(QPalette::WindowText,
+                     QColor(colour & 0xff, (colour >> 8) & 0xff, (colour >> 16) & 0xff));
+    lblStatus->setPalette(palette);
+}
+
+void frmMain::SysTrayIcon(bool connected)
+{
+    // The tray icons come with the tray; until then the status label alone
+    // shows the connection.
+    Q_UNUSED(connected);
+}
+
+void frmMain::SetWindowEnabled(bool enabled)
+{
+    setEnabled(enabled);
+}
+
+void frmMain::tmrAuto_Timer()
+{
+    // The automatic refresh is driven from here.
+}
+
+void frmMain::tmrTimes_Timer()
+{
+    // The up-time display is driven from here.
+}

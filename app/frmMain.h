@@ -1,0 +1,223 @@
+#pragma once
+
+#include "MainWindowPort.h"
+
+#include <QMainWindow>
+#include <QString>
+#include <memory>
+
+class CaptionLabel;
+class CSizer;
+class PictureButton;
+class QAction;
+class QCheckBox;
+class QComboBox;
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QMenu;
+class QTimer;
+class QTreeView;
+class DomainUserModel;
+
+// The program's main window: the connection status, the account's records
+// (grid, editor, submission and deletion), the free sub-domain panel, the
+// advanced settings, and the program's start-up, saving, close and log-off.
+//
+// Every control is a public member named as the window's own controls are,
+// and carries the same objectName. Lengths are twips. The window's "Left"
+// and "Top" are the position of its frame on the screen, its "Width" and
+// "Height" the size of the window inside the frame (menu bar included); the
+// saved geometry, the fixed panel sizes and the sizer all use these.
+class frmMain : public QMainWindow, public MainWindowPort
+{
+    Q_OBJECT
+
+public:
+    explicit frmMain(QWidget *parent = nullptr);
+    ~frmMain() override;
+
+    // --- Status panel -------------------------------------------------------
+    QFrame *frmTop;
+    QFrame *frmIPStatus;
+    QLabel *Image1;
+    QLabel *Label7, *lblIPAddress;
+    QLabel *lblStatusH, *lblStatus;
+    QLabel *Label11, *lblUpTime;
+    QLabel *Label20, *lblLastIPCheck;
+    QLabel *Label22, *lblTimesIPChanged;
+    QLabel *Label21, *lblExpirationDate;
+
+    // --- Record grid ----------------------------------------------------------
+    QFrame *frameGrid;
+    QTreeView *lvDomainUser; // a report view over the account's records
+    PictureButton *cmdAddGrid, *cmdEditGrid, *cmdDeleteGrid, *cmdAdvancedDomain;
+    CaptionLabel *imgHelpGrid;
+
+    // --- Free sub-domain ------------------------------------------------------
+    QFrame *frameVeltrioDomain;
+    QLabel *Label4, *lblDomain;
+    QLabel *Label3;
+    QLineEdit *txtVeltrioIP;
+    QCheckBox *chkAutoIP;
+    PictureButton *cmdVeltrioSetIP, *cmdAdvancedFree;
+    CaptionLabel *imgHelpFree;
+
+    // --- Record editor ----------------------------------------------------------
+    QFrame *frameOtherDomain;
+    QLabel *Label2, *Label8, *Label10; // "Domain:", "Record Type:", "Name:"
+    QComboBox *cboDomain, *cboRecordType;
+    QLineEdit *txtCName, *txtServerIP, *txtPort;
+    QLabel *lblServerAddress, *lblPort;
+    QCheckBox *chkDomainAutoIP;
+    PictureButton *cmdServerIP, *cmdCancel;
+    CaptionLabel *imgHelpDomain;
+
+    // --- Advanced settings ------------------------------------------------------
+    QFrame *frameAdvanced;
+    QLabel *Label16, *Label17; // "Alternate Ports:", "Refresh Rate (seconds):"
+    QComboBox *cboPorts, *cboRefreshRate;
+    QCheckBox *chkSSL, *chkService;
+    QCheckBox *chkFTP, *chkWWW, *chkIRC, *chkTelnet, *chkPCAW, *chkVNC, *chkMail, *chkMX;
+    PictureButton *cmdOKAdvanced;
+
+    // --- Timers and menus ---------------------------------------------------------
+    QTimer *tmrAuto;  // 10000 ms, enabled by init
+    QTimer *tmrTimes; // 1000 ms
+    QMenu *mnuFile;
+    QAction *mnuAddDomain, *mnuLogin, *mnuSeperator1, *mnuLogout;
+    QMenu *mnuHelp;
+    QAction *mnuOnlineHelp, *mnuSeperator2, *mnuAbout;
+    QMenu *mnuPopup; // the tray's menu
+    QAction *mnuPopupHide, *mnuPopupLogOff, *mnuPopupShow, *mnuSeperator3, *mnuPopupAbout,
+        *mnuSeperator4, *mnuPopupExit;
+
+    // --- Window state -----------------------------------------------------------------
+    // The grid's remembered selection and what it showed last.
+    QString sSelectedRecord;
+    QString sLastRecords;
+    QString sLastAutoIPList;
+    // The record being edited; an empty sCurDomain means a new record.
+    QString sCurDomain, sCurRecordType, sCurName, sCurServerAddress, sCurPort;
+    bool bCurAutoIP = false;
+    // Re-entry guards of the three record buttons, independent of each other.
+    bool bServerIPBusy = false;
+    bool bSetIPBusy = false;
+    bool bDeleteBusy = false;
+    // Set while LoadFreeUserInfo ticks the service shortcut boxes.
+    bool bLoadingFreeInfo = false;
+    // Requests made from the tray menu, carried out once the menu has closed.
+    bool bLogOffPending = false;
+    bool bExitPending = false;
+    QString sTrayText;
+
+    // The grid's sort state: column (0-based), descending, and whether it sorts.
+    int SortKey() const { return m_sortKey; }
+    bool SortDescending() const { return m_sortDescending; }
+    bool Sorted() const { return m_sorted; }
+    void SetSort(int key, bool descending, bool sorted);
+
+    // --- Start-up (frmMain.cpp) -----------------------------------------------------
+    // The load handler: lays the window out, logs in (saved login or the login
+    // window), restores the account's layout and fills the window. Runs once.
+    void Form_Load();
+    void init();
+    void LoadFreeUserInfo() override;
+    void ShowFrame(const QString &sFrame);
+
+    // --- Grid (frmMain_grid.cpp) --------------------------------------------------------
+    void FillDomainUserGrid();
+    // The AutoIP rows of the grid as an auto-IP list, stored in sAutoIPList.
+    void UpdateAutoIpList();
+
+    // --- Editor (frmMain_editor.cpp) ------------------------------------------------------
+    void LoadGridRecord();
+    void EditGrid();
+    bool ValidateRecord();
+    static void IsValidIPAddress(const QString &sIP, bool &bValid);
+    bool ValidateFreeDomainIP();
+
+    // --- Submission (frmMain_submit.cpp) ------------------------------------------------------
+    void ToggleShortcutCName(QCheckBox *chkShortcut, const QString &sName);
+
+    // --- Saving and closing (frmMain_close.cpp) -----------------------------------------------
+    void SaveSettings();
+    // The close check; sets cancel when the user answers No.
+    void Form_QueryUnload(bool &cancel);
+
+    // --- What the protocol and the login need from the window -----------------------------------
+    int StatusColour() const override;
+    void SetStatus(const QString &caption, int colour) override;
+    void SysTrayIcon(bool connected) override;
+    void SetWindowEnabled(bool enabled) override;
+
+public slots:
+    void lvDomainUser_Click();
+    void lvDomainUser_DblClick();
+    void lvDomainUser_ColumnClick(int column);
+    void cmdAddGrid_Click();
+    void cmdEditGrid_Click();
+    void cmdDeleteGrid_Click();
+    void cmdAdvancedDomain_Click();
+    void cmdCancel_Click();
+    void cmdServerIP_Click();
+    void cmdVeltrioSetIP_Click();
+    void cmdAdvancedFree_Click();
+    void cmdOKAdvanced_Click();
+    void cboRecordType_Click();
+    void chkDomainAutoIP_Click();
+    void chkAutoIP_Click();
+    void imgHelp_Click();
+    void mnuAddDomain_Click();
+    void mnuLogin_Click();
+    void mnuLogout_Click();
+    void mnuOnlineHelp_Click();
+    void mnuAbout_Click();
+    void tmrAuto_Timer();
+    void tmrTimes_Timer();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void buildStatusPanel(QWidget *central);
+    void buildGridPanel(QWidget *central);
+    void buildFreePanel(QWidget *central);
+    void buildEditorPanel(QWidget *central);
+    void buildAdvancedPanel(QWidget *central);
+    void buildMenus();
+    void connectHandlers();
+    void CreateSizer();
+    void Form_Resize();
+    void PrepareGrid();
+    void ApplyUserLayout();
+    void RestoreGridGeometry();
+    // Window geometry in twips (frame position, inner size).
+    void SetWindowGeometryTwips(int left, int top, int width, int height);
+    void ClearCurrentRecord();
+    // "SOFTWARE\Veltrio\" + the session's user name.
+    static QString UserKey();
+    void FillRecordTypes();
+    void CreateGrid(QWidget *parent);
+    // The grid's current row when it is selected, else -1.
+    int SelectedRow() const;
+    int GridRowCount() const;
+    QString GridText(int row, int column) const;
+    // The login window: made (not shown) with its caption; the saved login
+    // run on it without showing it; shown modally until it closes.
+    void PrepareLoginWindow(const QString &caption);
+    void RunSavedLogin(const QString &user, const QString &password);
+    void ShowLoginModal();
+
+    DomainUserModel *m_grid = nullptr;
+    std::unique_ptr<CSizer> m_sizer;
+    bool m_gridShownOnce = false;
+    Qt::WindowStates m_gridWindowState = Qt::WindowNoState;
+    int m_panelTop = 0;
+    int m_sortKey = 0;
+    bool m_sortDescending = false;
+    bool m_sorted = false;
+    bool m_filling = false;
+    int m_statusColour = ::StatusColour::Connected;
+};

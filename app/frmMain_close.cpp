@@ -1,0 +1,197 @@
+// frmMain: saving the settings, the close check, log-off and the menus.
+#include "frmMain.h"
+
+#include "RegistryStore.h"
+#include "Seams.h"
+#include "ServiceConfig.h"
+#include "TextRules.h"
+#include "Twips.h"
+#include "Windows.h"
+#include "basDNS.h"
+#include "basErr.h"
+#include "clsUser.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFrame>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPointer>
+#include <QTimer>
+#include <QTreeView>
+
+namespace {
+
+int checkValue(const QCheckBox *box)
+{
+    return box->isChecked() ? 1 : 0;
+}
+
+// The loaded windows, first loaded first; one that an earlier unload took
+// with it reads as null.
+QList<QPointer<QWidget>> loadedWindows()
+{
+    QList<QPointer<QWidget>> windows;
+    for (QWidget *window : Windows::Loaded())
+        windows.append(window);
+    return windows;
+}
+
+} // namespace
+
+void frmMain::SaveSettings()
+{
+    Trap(QStringLiteral("frmMain.SaveSettings()"), [&] {
+        clsUser &user = User();
+        if (TextRules::Trim(user.sUsername).isEmpty())
+            return;
+        RegistryStore store;
+        store.SetKey(UserKey());
+
+        if (user.bVeltrioOnly) {
+            // The free sub-domain stops pointing at this machine when the
+            // client closes or logs off.
+            QString host = user.sUsername;
+            basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
+                               txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+            store.WriteValue(QStringLiteral("IPAddress"), user.sIPAddress, RegistryStore::Text);
+            const std::pair<const char *, QCheckBox *> boxes[] = {
+                {"bAutoIP", chkAutoIP}, {"bMX", chkMX},         {"bFTP", chkFTP},
+                {"bMail", chkMail},     {"bTelnet", chkTelnet}, {"bVNC", chkVNC},
+                {"bWWW", chkWWW},       {"bIRC", chkIRC},       {"bPCAW", chkPCAW}};
+            for (const auto &[name, box] : boxes)
+                store.WriteValue(QLatin1String(name), checkValue(box), RegistryStore::Number);
+        } else {
+            UpdateAutoIpList();
+            store.WriteValue(QStringLiteral("AutoIps"), Program::sAutoIPList, RegistryStore::Text);
+        }
+
+        // The layout is the grid's (or the free panel's); the fixed sizes of
+        // the other panels are never saved.
+        if (!frameGrid->isHidden() || !frameVeltrioDomain->isHidden()) {
+            const Qt::WindowStates state = windowState();
+            const bool minimized = state & Qt::WindowMinimized;
+            const bool maximized = state & (Qt::WindowMaximized | Qt::WindowFullScreen);
+            if (!minimized && !maximized) {
+                store.WriteValue(QStringLiteral("MainLeft"), Twips::Left(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainTop"), Twips::Top(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainWidth"), Twips::Width(this),
+                                 RegistryStore::Number);
+                store.WriteValue(QStringLiteral("MainHeight"), Twips::Height(this),
+                                 RegistryStore::Number);
+            }
+            if (!minimized)
+                store.WriteValue(QStringLiteral("WindowState"), maximized ? 2 : 0,
+                                 RegistryStore::Number);
+        }
+
+        const QHeaderView *header = lvDomainUser->header();
+        for (int i = 0; i < 5; ++i)
+            store.WriteValue(QStringLiteral("Col%1").arg(i + 1),
+                             Twips::FromPixels(header->sectionSize(i)), RegistryStore::Number);
+        store.WriteValue(QStringLiteral("SortCol"), m_sortKey, RegistryStore::Number);
+        store.WriteValue(QStringLiteral("SortOrder"), m_sortDescending ? 1 : 0,
+                         RegistryStore::Number);
+        store.WriteValue(QStringLiteral("Sorted"), m_sorted ? 1 : 0, RegistryStore::Number);
+
+        store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+        if (!Program::bSaveLogin) {
+            // The saved user name and password stay; only the flag goes.
+            store.WriteValue(QStringLiteral("bSaveLogin"), 0, RegistryStore::Number);
+        } else {
+            store.WriteValue(QStringLiteral("bSaveLogin"), 1, RegistryStore::Number);
+            store.WriteValue(QStringLiteral("Username"), user.sUsername, RegistryStore::Text);
+            store.WriteValue(QStringLiteral("Password"), user.sPassword, RegistryStore::Text);
+        }
+        store.WriteValue(QStringLiteral("bSSL"), checkValue(chkSSL), RegistryStore::Number);
+        store.WriteValue(QStringLiteral("Port"), cboPorts->currentText(), RegistryStore::Text);
+        store.WriteValue(QStringLiteral("RefreshRate"), cboRefreshRate->currentText(),
+                         RegistryStore::Text);
+    });
+}
+
+void frmMain::Form_QueryUnload(bool &cancel)
+{
+    Trap(QStringLiteral("frmMain.Form_QueryUnload()"), [&] {
+        const QString title = QStringLiteral("Veltrio");
+        Seams::Answer answer = Seams::Answer::Yes;
+        if (User().bVeltrioOnly) {
+            // Asked even after File > Exit: closing takes the sub-domain down.
+            answer = Seams::MsgBox(
+                QStringLiteral("By closing this application you will remove your DNS records "
+                               "from the DNS Server \r\nmaking your server unreachable by it's "
+                               "Veltrio domain name.\r\n\r\nAre you sure you want to close it?"),
+                Seams::Buttons::YesNo, title);
+        } else if (!Program::bSkipClosePrompt) {
+            answer = Seams::MsgBox(
+                QStringLiteral("Are you sure you want to close the Dynamic DNS Application?"),
+                Seams::Buttons::YesNo, title);
+        }
+        if (answer == Seams::Answer::No) {
+            cancel = true;
+            return;
+        }
+        SaveSettings();
+        const QList<QPointer<QWidget>> loaded = loadedWindows();
+        for (auto it = loaded.crbegin(); it != loaded.crend(); ++it) {
+            if (*it && (*it)->objectName().compare(QLatin1String("frmMain"), Qt::CaseInsensitive))
+                Windows::Unload(*it);
+        }
+    });
+}
+
+void frmMain::closeEvent(QCloseEvent *event)
+{
+    bool cancel = false;
+    Form_QueryUnload(cancel);
+    if (cancel) {
+        event->ignore();
+        return;
+    }
+    tmrAuto->stop();
+    tmrTimes->stop();
+    event->accept();
+}
+
+void frmMain::mnuLogin_Click()
+{
+    SaveSettings();
+    hide();
+    QPointer<frmMain> self(this);
+    ShowLoginModal();
+    // Exit on the login window unloads this window too; then nothing is left
+    // to fill.
+    if (!self || Windows::Loaded().isEmpty())
+        return;
+    init();
+}
+
+void frmMain::mnuLogout_Click()
+{
+    Trap(QStringLiteral("frmMain.mnuLogout_Click()"), [&] {
+        Program::bSkipClosePrompt = true;
+        const QList<QPointer<QWidget>> loaded = loadedWindows();
+        for (auto it = loaded.crbegin(); it != loaded.crend(); ++it) {
+            if (*it)
+                Windows::Unload(*it);
+        }
+    });
+}
+
+void frmMain::mnuAddDomain_Click()
+{
+    Seams::ShellOpen(Config().HttpsHostPage(QStringLiteral("/v.1.6/login.asp")));
+}
+
+void frmMain::mnuOnlineHelp_Click()
+{
+    Seams::ShellOpen(Config().WebSitePage(QStringLiteral("/help")));
+}
+
+void frmMain::imgHelp_Click()
+{
+    Seams::ShellOpen(Config().WebSitePage(QStringLiteral("/help")));
+}

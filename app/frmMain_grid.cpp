@@ -1,0 +1,585 @@
+// frmMain: the record grid (filling, selection, sorting) and the list of
+// records under automatic refresh taken back from it.
+#include "frmMain.h"
+
+#include "AutoRefresh.h"
+#include "RecordList.h"
+#include "RuntimeError.h"
+#include "TextRules.h"
+#include "Twips.h"
+#include "basErr.h"
+#include "clsUser.h"
+
+#include <QAbstractTableModel>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPainter>
+#include <QStringView>
+#include <QStyledItemDelegate>
+#include <QTreeView>
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Fields = std::array<QStringView, 4>;
+
+const QString kYes = QStringLiteral("Yes");
+const QString kNo = QStringLiteral("No");
+
+// Goes through the record list in place, piece by piece, in the format of
+// RecordList: pieces split on "~~" (empty ones kept; an empty list has
+// none), the first four ";;"-separated fields of each. fn(position, piece,
+// fields) is called per piece; a piece with fewer than four fields raises
+// the same subscript-out-of-range error as RecordList::Fields.
+template <typename Fn> void forEachRecord(QStringView records, Fn fn)
+{
+    if (records.isEmpty())
+        return;
+    const QStringView recordEnd(RecordList::RecordSeparator);
+    const QStringView fieldEnd(RecordList::FieldSeparator);
+    qsizetype begin = 0;
+    for (int position = 0;; ++position) {
+        qsizetype end = records.indexOf(recordEnd, begin);
+        const bool last = end < 0;
+        if (last)
+            end = records.size();
+        const QStringView piece = records.sliced(begin, end - begin);
+        Fields fields;
+        qsizetype from = 0;
+        for (size_t i = 0; i < 4; ++i) {
+            if (from > piece.size())
+                throw RuntimeError::Of(ErrorNumber::SubscriptOutOfRange);
+            qsizetype to = piece.indexOf(fieldEnd, from);
+            if (to < 0)
+                to = piece.size();
+            fields[i] = piece.sliced(from, to - from);
+            from = to + fieldEnd.size();
+        }
+        fn(position, piece, fields);
+        if (last)
+            return;
+        begin = end + recordEnd.size();
+    }
+}
+
+} // namespace
+
+// The rows of lvDomainUser. The grid is refilled from the whole record list
+// on every change, so a row is kept as the four fields (views into the
+// record list the model holds on to), the AutoIP mark and the record's
+// position in the list, which makes its key ("Row0", "Row1", ...). The cells
+// are what the grid shows: a name of "@" is an empty cell, AutoIP is "Yes"
+// or "No".
+class DomainUserModel : public QAbstractTableModel
+{
+public:
+    struct Row
+    {
+        Fields fields;
+        int position = 0;
+        bool autoIP = false;
+    };
+
+    using QAbstractTableModel::QAbstractTableModel;
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+    }
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(m_headers.size());
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (!index.isValid() || index.row() >= rowCount() || index.column() >= 5)
+            return {};
+        if (role == Qt::DisplayRole)
+            return cell(index.row(), index.column()).toString();
+        if (role == Qt::UserRole && index.column() == 0)
+            return QStringLiteral("Row") + QString::number(row(index.row()).position);
+        return {};
+    }
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override
+    {
+        if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section >= 0 &&
+            section < m_headers.size())
+            return m_headers.at(section);
+        return QAbstractTableModel::headerData(section, orientation, role);
+    }
+    Qt::ItemFlags flags(const QModelIndex &index) const override
+    {
+        return index.isValid() ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren
+                               : Qt::NoItemFlags;
+    }
+
+    QStringView cell(int r, int column) const
+    {
+        const Row &shown = row(r);
+        switch (column) {
+        case 2:
+            return shown.fields[2] == QLatin1String("@") ? QStringView() : shown.fields[2];
+        case 4:
+            return shown.autoIP ? kYes : kNo;
+        default:
+            return shown.fields[static_cast<size_t>(column)];
+        }
+    }
+    const Row &row(int i) const { return m_rows[static_cast<size_t>(i)]; }
+
+    void setHeaders(const QStringList &headers)
+    {
+        beginResetModel();
+        m_headers = headers;
+        m_rows.clear();
+        m_text.clear();
+        endResetModel();
+    }
+
+    // Rows leave and arrive as row changes, so the columns keep their widths.
+    void clearRows()
+    {
+        if (m_rows.empty())
+            return;
+        beginRemoveRows(QModelIndex(), 0, rowCount() - 1);
+        m_rows.clear();
+        m_text.clear();
+        endRemoveRows();
+    }
+    // The rows' fields are views into text, which the model keeps.
+    void setRows(const QString &text, std::vector<Row> rows,
+                 const std::optional<std::pair<int, Qt::SortOrder>> &sort)
+    {
+        clearRows();
+        if (rows.empty())
+            return;
+        beginInsertRows(QModelIndex(), 0, static_cast<int>(rows.size()) - 1);
+        m_text = text;
+        m_rows = std::move(rows);
+        if (sort)
+            sortRows(sort->first, sort->second);
+        endInsertRows();
+    }
+    int rowOfPosition(int position) const
+    {
+        for (size_t i = 0; i < m_rows.size(); ++i) {
+            if (m_rows[i].position == position)
+                return static_cast<int>(i);
+        }
+        return -1;
+    }
+
+    // The list view's own sort: cells compare as text, with case; rows that
+    // compare equal keep their order. Selection and current row move along.
+    void sort(int column, Qt::SortOrder order) override
+    {
+        if (column < 0 || column >= 5)
+            return;
+        emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+        const QModelIndexList before = persistentIndexList();
+        std::vector<int> positions;
+        positions.reserve(static_cast<size_t>(before.size()));
+        for (const QModelIndex &index : before)
+            positions.push_back(row(index.row()).position);
+        sortRows(column, order);
+        std::unordered_map<int, int> rowAt;
+        for (const int position : positions)
+            rowAt.emplace(position, -1);
+        for (size_t i = 0; i < m_rows.size(); ++i) {
+            auto it = rowAt.find(m_rows[i].position);
+            if (it != rowAt.end())
+                it->second = static_cast<int>(i);
+        }
+        QModelIndexList after;
+        after.reserve(before.size());
+        for (qsizetype i = 0; i < before.size(); ++i)
+            after.append(index(rowAt[positions[static_cast<size_t>(i)]], before[i].column()));
+        changePersistentIndexList(before, after);
+        emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    }
+
+private:
+    void sortRows(int column, Qt::SortOrder order)
+    {
+        // Sorted through an index so the cells are read once per comparison.
+        std::vector<std::pair<QStringView, size_t>> keys;
+        keys.reserve(m_rows.size());
+        for (size_t i = 0; i < m_rows.size(); ++i)
+            keys.emplace_back(cell(static_cast<int>(i), column), i);
+        const bool ascending = order == Qt::AscendingOrder;
+        std::stable_sort(keys.begin(), keys.end(), [ascending](const auto &a, const auto &b) {
+            return ascending ? a.first.compare(b.first) < 0 : b.first.compare(a.first) < 0;
+        });
+        std::vector<Row> sorted;
+        sorted.reserve(m_rows.size());
+        for (const auto &key : keys)
+            sorted.push_back(m_rows[key.second]);
+        m_rows = std::move(sorted);
+    }
+
+    QString m_text;
+    std::vector<Row> m_rows;
+    QStringList m_headers;
+};
+
+namespace {
+
+// Marks the rows whose record key occurs anywhere in the upper-cased auto-IP
+// list, exactly as a substring search would, without searching the whole
+// list once per record. A key ends in "~~", so an occurrence ends just after
+// a "~~" of the list. The rows are taken by key length; for each length the
+// substrings of that length ending after a "~~" are hashed once (a rolling
+// hash over the list's prefixes), and every hit is compared in full, so the
+// answer never rests on the hash alone. The key of an all-ASCII record
+// (RecordList::Key: trimmed fields joined by ";;", "~~" at the end,
+// upper-cased) is read straight from its fields; any other record's key is
+// built by RecordList::Key.
+class AutoIpMatcher
+{
+public:
+    explicit AutoIpMatcher(QString upperList) : m_list(std::move(upperList))
+    {
+        if (m_list.size() >= std::numeric_limits<qint32>::max())
+            return;
+        const auto *text = reinterpret_cast<const char16_t *>(m_list.constData());
+        m_prefix.resize(static_cast<size_t>(m_list.size()) + 1);
+        for (qsizetype i = 0; i < m_list.size(); ++i) {
+            m_prefix[static_cast<size_t>(i) + 1] =
+                m_prefix[static_cast<size_t>(i)] * kBase + text[i] + 1;
+            if (i > 0 && text[i] == u'~' && text[i - 1] == u'~')
+                m_ends.push_back(static_cast<qint32>(i + 1));
+        }
+    }
+
+    // Sets autoIP on every row whose key is in the list.
+    void mark(std::vector<DomainUserModel::Row> &rows)
+    {
+        if (m_ends.empty())
+            return;
+        std::unordered_map<qsizetype, std::vector<Query>> byLength;
+        for (size_t r = 0; r < rows.size(); ++r) {
+            Query query{r, 0, {}, {}};
+            const qsizetype length = prepare(rows[r].fields, query);
+            if (length <= m_list.size())
+                byLength[length].push_back(std::move(query));
+        }
+        std::vector<Entry> table;
+        for (const auto &[length, queries] : byLength) {
+            const size_t mask = fillTable(length, table);
+            for (const Query &query : queries) {
+                for (size_t slot = query.hash & mask; table[slot].start >= 0;
+                     slot = (slot + 1) & mask) {
+                    if (table[slot].hash == query.hash && same(query, table[slot].start)) {
+                        rows[query.row].autoIP = true;
+                        break;
+                    }
+                }
+            }
+        }
+    }
+
+private:
+    static constexpr quint32 kBase = 1000003;
+
+    struct Query
+    {
+        size_t row;
+        quint32 hash;
+        Fields trimmed; // all-ASCII records
+        QString key;    // any other record
+    };
+    struct Entry
+    {
+        quint32 hash;
+        qint32 start; // -1: a free slot
+    };
+
+    // Calls fn with each character of the key of an all-ASCII record, in
+    // order, while fn returns true; returns whether it went to the end.
+    template <typename Fn> static bool forEachKeyChar(const Fields &fields, Fn fn)
+    {
+        for (size_t i = 0; i < 4; ++i) {
+            for (const QChar ch : fields[i]) {
+                char16_t c = ch.unicode();
+                if (c >= u'a' && c <= u'z')
+                    c = static_cast<char16_t>(c - (u'a' - u'A'));
+                if (!fn(c))
+                    return false;
+            }
+            const char16_t separator = i < 3 ? u';' : u'~';
+            if (!fn(separator) || !fn(separator))
+                return false;
+        }
+        return true;
+    }
+
+    // The query's hash and its key's length.
+    static qsizetype prepare(const Fields &fields, Query &query)
+    {
+        qsizetype length = 8; // three ";;" and the closing "~~"
+        for (size_t i = 0; i < 4; ++i) {
+            QStringView f = fields[i];
+            while (!f.isEmpty() && f.front() == QLatin1Char(' '))
+                f = f.sliced(1);
+            while (!f.isEmpty() && f.back() == QLatin1Char(' '))
+                f.chop(1);
+            for (const QChar c : f) {
+                if (c.unicode() < 0x80)
+                    continue;
+                query.key = RecordList::Key(fields[0].toString(), fields[1].toString(),
+                                            fields[2].toString(), fields[3].toString());
+                quint32 h = 0;
+                for (const QChar k : std::as_const(query.key))
+                    h = h * kBase + k.unicode() + 1;
+                query.hash = h;
+                return query.key.size();
+            }
+            query.trimmed[i] = f;
+            length += f.size();
+        }
+        quint32 h = 0;
+        forEachKeyChar(query.trimmed, [&h](char16_t c) {
+            h = h * kBase + c + 1;
+            return true;
+        });
+        query.hash = h;
+        return length;
+    }
+
+    bool same(const Query &query, qint32 start) const
+    {
+        if (!query.key.isEmpty())
+            return QStringView(m_list).mid(start, query.key.size()) == query.key;
+        const QChar *at = m_list.constData() + start;
+        return forEachKeyChar(query.trimmed, [&at](char16_t c) { return (at++)->unicode() == c; });
+    }
+
+    // Fills the table with the substrings of that length that end after a
+    // "~~"; returns the table's mask.
+    size_t fillTable(qsizetype length, std::vector<Entry> &table) const
+    {
+        quint32 shift = 1;
+        for (qsizetype i = 0; i < length; ++i)
+            shift *= kBase;
+        size_t size = 16;
+        while (size < m_ends.size() * 2)
+            size *= 2;
+        table.assign(size, {0, -1});
+        const size_t mask = size - 1;
+        for (const qint32 end : m_ends) {
+            const qsizetype start = end - length;
+            if (start < 0)
+                continue;
+            const quint32 h =
+                m_prefix[static_cast<size_t>(end)] - m_prefix[static_cast<size_t>(start)] * shift;
+            size_t slot = h & mask;
+            while (table[slot].start >= 0)
+                slot = (slot + 1) & mask;
+            table[slot] = {h, static_cast<qint32>(start)};
+        }
+        return mask;
+    }
+
+    QString m_list;
+    std::vector<quint32> m_prefix;
+    std::vector<qint32> m_ends;
+};
+
+// Rules the grid's cells like a report view with grid lines.
+class GridLineDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        painter->save();
+        painter->setPen(option.palette.color(QPalette::Midlight));
+        const QRect r = option.rect;
+        painter->drawLine(r.topRight(), r.bottomRight());
+        painter->drawLine(r.bottomLeft(), r.bottomRight());
+        painter->restore();
+    }
+};
+
+} // namespace
+
+void frmMain::CreateGrid(QWidget *parent)
+{
+    lvDomainUser = new QTreeView(parent);
+    lvDomainUser->setObjectName(QStringLiteral("lvDomainUser"));
+    m_grid = new DomainUserModel(lvDomainUser);
+    lvDomainUser->setModel(m_grid);
+    lvDomainUser->setItemDelegate(new GridLineDelegate(lvDomainUser));
+
+    connect(lvDomainUser, &QTreeView::clicked, this, &frmMain::lvDomainUser_Click);
+    connect(lvDomainUser->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (!m_filling)
+            lvDomainUser_Click();
+    });
+    connect(lvDomainUser, &QTreeView::doubleClicked, this, &frmMain::lvDomainUser_DblClick);
+    connect(lvDomainUser->header(), &QHeaderView::sectionClicked, this,
+            &frmMain::lvDomainUser_ColumnClick);
+}
+
+void frmMain::PrepareGrid()
+{
+    // Report view: one line per record, no editing in place, the whole row
+    // selected, the cells ruled.
+    lvDomainUser->setRootIsDecorated(false);
+    lvDomainUser->setItemsExpandable(false);
+    lvDomainUser->setUniformRowHeights(true);
+    lvDomainUser->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    lvDomainUser->setSelectionMode(QAbstractItemView::SingleSelection);
+    lvDomainUser->setSelectionBehavior(QAbstractItemView::SelectRows);
+    lvDomainUser->setAllColumnsShowFocus(true);
+    lvDomainUser->setProperty("FullRowSelect", true);
+    lvDomainUser->setProperty("GridLines", true);
+    // Header clicks are the window's to handle (the order flips on every
+    // click); the view never sorts on its own.
+    lvDomainUser->setSortingEnabled(false);
+    QHeaderView *header = lvDomainUser->header();
+    header->setSectionsClickable(true);
+    header->setStretchLastSection(false);
+    m_grid->setHeaders({QStringLiteral("Domain"), QStringLiteral("Type"), QStringLiteral("Name"),
+                        QStringLiteral("Server Address"), QStringLiteral("AutoIP")});
+    const int widths[] = {2200, 1000, 1800, 2200, 800};
+    for (int i = 0; i < 5; ++i)
+        header->resizeSection(i, Twips::ToPixels(widths[i]));
+    SetSort(m_sortKey, m_sortDescending, m_sorted);
+}
+
+int frmMain::GridRowCount() const
+{
+    return m_grid->rowCount();
+}
+
+QString frmMain::GridText(int row, int column) const
+{
+    return m_grid->cell(row, column).toString();
+}
+
+int frmMain::SelectedRow() const
+{
+    if (m_grid->rowCount() == 0)
+        return -1;
+    const QModelIndex current = lvDomainUser->currentIndex();
+    if (!current.isValid() || !lvDomainUser->selectionModel()->isRowSelected(current.row(), {}))
+        return -1;
+    return current.row();
+}
+
+void frmMain::FillDomainUserGrid()
+{
+    Trap(QStringLiteral("frmMain.FillDomainUserGrid()"), [&] {
+        const QString records = User().sDomainUserRecords;
+        const QString autoList = Program::sAutoIPList;
+        if (records.compare(sLastRecords, Qt::CaseInsensitive) == 0 &&
+            autoList.compare(sLastAutoIPList, Qt::CaseInsensitive) == 0) {
+            Label20->setText(QStringLiteral("Last IP Check:"));
+            return;
+        }
+        // Changes after the first fill of the session are counted.
+        if (!sLastRecords.isEmpty())
+            lblTimesIPChanged->setText(TextRules::Increment(lblTimesIPChanged->text()));
+        sLastRecords = records;
+        sLastAutoIPList = autoList;
+        Label20->setText(QStringLiteral("*Last IP Check:"));
+
+        m_filling = true;
+        m_grid->clearRows();
+        m_filling = false;
+        std::vector<DomainUserModel::Row> rows;
+        int selected = -1;
+
+        // The rows go into the grid in one step; a piece that cannot be
+        // shown ends the fill, and the rows before it stay.
+        auto show = [&] {
+            AutoIpMatcher(autoList.toUpper()).mark(rows);
+            m_filling = true;
+            std::optional<std::pair<int, Qt::SortOrder>> sort;
+            if (m_sorted)
+                sort.emplace(m_sortKey,
+                             m_sortDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
+            m_grid->setRows(records, std::move(rows), sort);
+            if (selected >= 0)
+                lvDomainUser->setCurrentIndex(m_grid->index(m_grid->rowOfPosition(selected), 0));
+            m_filling = false;
+        };
+        try {
+            forEachRecord(records, [&](int position, QStringView piece, const Fields &fields) {
+                rows.push_back({fields, position, false});
+                if (piece.compare(sSelectedRecord, Qt::CaseInsensitive) == 0)
+                    selected = position;
+            });
+        } catch (...) {
+            show();
+            throw;
+        }
+        show();
+        const QModelIndex current = lvDomainUser->currentIndex();
+        if (selected < 0 && current.isValid()) {
+            m_filling = true;
+            lvDomainUser->selectionModel()->select(current, QItemSelectionModel::Deselect |
+                                                                QItemSelectionModel::Rows);
+            m_filling = false;
+        }
+    });
+}
+
+void frmMain::lvDomainUser_Click()
+{
+    Trap(QStringLiteral("frmMain.lvDomainUser_Click()"), [&] {
+        const int row = SelectedRow();
+        if (row < 0)
+            return;
+        const QString fieldEnd = QStringLiteral(";;");
+        sSelectedRecord = GridText(row, 0) + fieldEnd + GridText(row, 1) + fieldEnd +
+                          GridText(row, 2) + fieldEnd + GridText(row, 3);
+    });
+}
+
+void frmMain::lvDomainUser_DblClick()
+{
+    EditGrid();
+}
+
+void frmMain::lvDomainUser_ColumnClick(int column)
+{
+    Trap(QStringLiteral("frmMain.lvDomainUser_ColumnClick()"), [&] {
+        // The order flips on every click, also when another column is
+        // clicked than before.
+        SetSort(column, !m_sortDescending, true);
+        m_grid->sort(m_sortKey, m_sortDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    });
+}
+
+void frmMain::SetSort(int key, bool descending, bool sorted)
+{
+    m_sortKey = key;
+    m_sortDescending = descending;
+    m_sorted = sorted;
+    QHeaderView *header = lvDomainUser->header();
+    header->setSortIndicatorShown(sorted);
+    header->setSortIndicator(key, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+void frmMain::UpdateAutoIpList()
+{
+    Trap(QStringLiteral("frmMain.UpdateAutoIpList()"), [&] {
+        QList<AutoRefresh::GridRow> rows;
+        rows.reserve(GridRowCount());
+        for (int i = 0; i < GridRowCount(); ++i)
+            rows.append(
+                {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
+        Program::sAutoIPList = AutoRefresh::AutoIpList(rows);
+    });
+}
