@@ -11,10 +11,13 @@
 #include "ServiceConfig.h"
 #include "TextRules.h"
 #include "Twips.h"
+#include "Version.h"
 #include "Windows.h"
 #include "basDNS.h"
 #include "basErr.h"
 #include "clsUser.h"
+#include "frmAbout.h"
+#include "frmLogin.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -141,16 +144,12 @@ bool isNormalState(Qt::WindowStates state)
     return !(state & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen));
 }
 
-QString versionText()
-{
-    return QStringLiteral("%1.%2").arg(VELTRIO_VERSION_MAJOR).arg(VELTRIO_VERSION_MINOR);
-}
-
 } // namespace
 
 frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
 {
     setObjectName(QStringLiteral("frmMain"));
+    Windows::Track(this);
     setWindowTitle(QStringLiteral("Veltrio Dynamic DNS"));
     setWindowIcon(Icons::Application());
 
@@ -662,7 +661,7 @@ void frmMain::Form_Load()
         bExitPending = false;
         sTrayText.clear();
 
-        PrepareLoginWindow(QStringLiteral("Login  version ") + versionText());
+        PrepareLoginWindow(Version::LoginCaption());
 
         for (QWidget *link :
              std::initializer_list<QWidget *>{imgHelpGrid, imgHelpFree, imgHelpDomain})
@@ -698,13 +697,45 @@ void frmMain::Form_Load()
         if (!self || !Windows::Find(QStringLiteral("frmMain")))
             return;
 
-        setWindowTitle(QStringLiteral("Veltrio Dynamic DNS version ") + versionText() +
-                       QStringLiteral(" Rev ") + QString::number(VELTRIO_REVISION));
+        setWindowTitle(QStringLiteral("Veltrio Dynamic DNS version ") + Version::MajorMinor() +
+                       QStringLiteral(" Rev ") + QString::number(Version::Revision()));
         ApplyUserLayout();
         setWindowState(m_gridWindowState);
         init();
         // The tray icon comes with the tray.
     });
+}
+
+void frmMain::PrepareLoginWindow(const QString &caption)
+{
+    if (!m_login)
+        m_login = new frmLogin;
+    m_login->setWindowTitle(caption);
+}
+
+void frmMain::RunSavedLogin(const QString &user, const QString &password)
+{
+    // The saved login runs on the login window without showing it; a login
+    // that works unloads it.
+    PrepareLoginWindow(Version::LoginCaption());
+    m_login->chkSaveLogin->setChecked(true);
+    m_login->txtUsername->setText(user);
+    m_login->txtPassword->setText(password);
+    m_login->cmdLogin_Click();
+}
+
+void frmMain::ShowLoginModal()
+{
+    if (!m_login || !Windows::Loaded().contains(m_login.data()))
+        m_login = new frmLogin;
+    if (m_login->windowTitle() == QLatin1String("Login"))
+        m_login->setWindowTitle(Version::LoginCaption());
+    m_login->exec();
+}
+
+void frmMain::mnuAbout_Click()
+{
+    frmAbout::ShowModal(this);
 }
 
 void frmMain::ApplyUserLayout()

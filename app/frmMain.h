@@ -3,6 +3,7 @@
 #include "MainWindowPort.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QString>
 #include <memory>
 
@@ -19,6 +20,7 @@ class QMenu;
 class QTimer;
 class QTreeView;
 class DomainUserModel;
+class frmLogin;
 
 // The program's main window: the connection status, the account's records
 // (grid, editor, submission and deletion), the free sub-domain panel, the
@@ -211,6 +213,7 @@ private:
     void ShowLoginModal();
 
     DomainUserModel *m_grid = nullptr;
+    QPointer<frmLogin> m_login;
     std::unique_ptr<CSizer> m_sizer;
     bool m_gridShownOnce = false;
     Qt::WindowStates m_gridWindowState = Qt::WindowNoState;
