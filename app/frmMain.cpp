@@ -65,8 +65,9 @@ constexpr int kEditorHeight = 3090;
 constexpr int kFreeHeight = 2190;
 constexpr int kAdvancedDomainHeight = 1360;
 constexpr int kAdvancedFreeHeight = 2850;
-constexpr int kAdvancedRow1 = 180;
-constexpr int kAdvancedRow2 = 630;
+constexpr int kAdvancedRow1 = 150;
+constexpr int kAdvancedRow2 = 540;
+constexpr int kAdvancedRow3 = 930;
 
 QLabel *makeLabel(const QString &name, const QString &caption, QWidget *parent,
                   Qt::Alignment align = Qt::AlignLeft | Qt::AlignVCenter, bool bold = false)
@@ -418,34 +419,32 @@ void frmMain::buildAdvancedPanel(QWidget *central)
     frameAdvanced->hide();
     const Qt::Alignment right = Qt::AlignRight | Qt::AlignVCenter;
 
-    // The connection choices on top: the only part shown to accounts with
-    // their own domains.
+    // The connection choices on top: all that the short layout for accounts
+    // with their own domains shows.
+    constexpr int captionWidth = 2400;
+    constexpr int fieldLeft = kLabelLeft + captionWidth + 120;
     Label16 = makeLabel(QStringLiteral("Label16"), QStringLiteral("Alternate Ports:"),
                         frameAdvanced, right);
-    Twips::Move(Label16, kLabelLeft, kAdvancedRow1, 2100, kRowHeight);
+    Twips::Move(Label16, kLabelLeft, kAdvancedRow1, captionWidth, kRowHeight);
     cboPorts = makeCombo(QStringLiteral("cboPorts"), frameAdvanced);
-    Twips::Move(cboPorts, 2340, kAdvancedRow1, 1100, kRowHeight);
-    chkSSL =
-        makeCheck(QStringLiteral("chkSSL"),
-                  QStringLiteral("Use SSL Secure Update (May effect update speed)"), frameAdvanced);
-    Twips::Move(chkSSL, 3660, kAdvancedRow1, kPanelWidth - 3660 - 120, kRowHeight);
+    Twips::Move(cboPorts, fieldLeft, kAdvancedRow1, 1100, kRowHeight);
+    chkService =
+        makeCheck(QStringLiteral("chkService"), QStringLiteral("Run as a Service"), frameAdvanced);
+    Twips::Move(chkService, fieldLeft + 1400, kAdvancedRow1, 3000, kRowHeight);
 
     Label17 = makeLabel(QStringLiteral("Label17"), QStringLiteral("Refresh Rate (seconds):"),
                         frameAdvanced, right);
-    Twips::Move(Label17, kLabelLeft, kAdvancedRow2, 2100, kRowHeight);
+    Twips::Move(Label17, kLabelLeft, kAdvancedRow2, captionWidth, kRowHeight);
     cboRefreshRate = makeCombo(QStringLiteral("cboRefreshRate"), frameAdvanced);
-    Twips::Move(cboRefreshRate, 2340, kAdvancedRow2, 1100, kRowHeight);
-    chkService =
-        makeCheck(QStringLiteral("chkService"), QStringLiteral("Run as a Service"), frameAdvanced);
-    Twips::Move(chkService, 3660, kAdvancedRow2, 2700, kRowHeight);
+    Twips::Move(cboRefreshRate, fieldLeft, kAdvancedRow2, 1100, kRowHeight);
 
-    // The free sub-domain's service shortcuts below.
-    auto *line = new QFrame(frameAdvanced);
-    line->setObjectName(QStringLiteral("Line2"));
-    line->setFrameShape(QFrame::HLine);
-    line->setFrameShadow(QFrame::Sunken);
-    Twips::Move(line, 120, 1110, kPanelWidth - 240, 30);
+    chkSSL =
+        makeCheck(QStringLiteral("chkSSL"),
+                  QStringLiteral("Use SSL Secure Update (May effect update speed)"), frameAdvanced);
+    Twips::Move(chkSSL, fieldLeft, kAdvancedRow3, kPanelWidth - fieldLeft - 120, kRowHeight);
 
+    // The free sub-domain's service shortcuts below, out of the short
+    // layout's reach: two columns of four.
     const struct
     {
         QCheckBox **box;
@@ -457,10 +456,13 @@ void frmMain::buildAdvancedPanel(QWidget *central)
         {&chkPCAW, "chkPCAW", "PCAW"}, {&chkVNC, "chkVNC", "VNC"},
         {&chkMail, "chkMail", "Mail"}, {&chkMX, "chkMX", "Add MX Record"},
     };
+    constexpr int shortcutTop = kAdvancedDomainHeight + 60;
+    constexpr int shortcutRow = 240;
     for (int i = 0; i < 8; ++i) {
         *shortcuts[i].box = makeCheck(QLatin1String(shortcuts[i].name),
                                       QLatin1String(shortcuts[i].caption), frameAdvanced);
-        Twips::Move(*shortcuts[i].box, i < 4 ? 240 : 3660, 1230 + (i % 4) * 270, 3300, 270);
+        Twips::Move(*shortcuts[i].box, i < 4 ? fieldLeft : fieldLeft + 3000,
+                    shortcutTop + (i % 4) * shortcutRow, 2900, shortcutRow);
     }
 
     cmdOKAdvanced = new PictureButton(QStringLiteral("cmdOKAdvanced"), QStringLiteral("Label18"),
