@@ -756,9 +756,11 @@ void frmMain::ApplyUserLayout()
         } else if (name == QLatin1String("maintop")) {
             SetWindowGeometryTwips(Twips::Left(this), v, Twips::Width(this), Twips::Height(this));
         } else if (name == QLatin1String("mainwidth")) {
-            SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), v, Twips::Height(this));
+            if (v > 0)
+                SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), v, Twips::Height(this));
         } else if (name == QLatin1String("mainheight")) {
-            SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), Twips::Width(this), v);
+            if (v > 0)
+                SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), Twips::Width(this), v);
         } else if (name == QLatin1String("windowstate")) {
             m_gridWindowState = v == 2   ? Qt::WindowMaximized
                                 : v == 1 ? Qt::WindowMinimized
@@ -785,6 +787,7 @@ void frmMain::init()
         clsUser &user = User();
         tmrAuto->start();
         lblIPAddress->setText(user.sIPAddress);
+        // Kept as ISO 8601 text; the up-time display reads it back.
         Program::sStartTime = Seams::Now().toString(Qt::ISODate);
         lblExpirationDate->setText(user.sExpirationDate);
 
