@@ -1,0 +1,562 @@
+#include "MainWindowPort.h"
+#include "PictureButton.h"
+#include "RegistryStore.h"
+#include "RuntimeError.h"
+#include "ServiceConfig.h"
+#include "ServiceProcess.h"
+#include "TestSeams.h"
+#include "Windows.h"
+#include "basErr.h"
+#include "clsUser.h"
+#include "frmLogin.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QLineEdit>
+#include <QPointer>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+
+const QString kServerError =
+    QStringLiteral("Error contacting server.  Server may be under maintenance.");
+
+// The main window's part in a login, until the main window itself exists:
+// records the call and whether the "Logging In." overlay covered it.
+class MainWindowRecorder : public MainWindowPort
+{
+public:
+    int StatusColour() const override { return StatusColour::Connected; }
+    void SetStatus(const QString &, int) override {}
+    void SysTrayIcon(bool) override {}
+    void SetWindowEnabled(bool) override {}
+    void LoadFreeUserInfo() override
+    {
+        ++calls;
+        overlayShown = login && login->frmLoggingIn->isVisible();
+    }
+    int calls = 0;
+    bool overlayShown = false;
+    QPointer<frmLogin> login;
+};
+
+// Replies the service itself never sends (a differently written login word,
+// a label without its end tag) come from this one-reply HTTP server.
+class OddServer : public QObject
+{
+public:
+    QByteArray body;
+
+    bool listen()
+    {
+        connect(&m_server, &QTcpServer::newConnection, this, &OddServer::serve);
+        return m_server.listen(QHostAddress::LocalHost, 0);
+    }
+    QString scriptUrl() const
+    {
+        return QStringLiteral("http://127.0.0.1:%1/dnslogin3.asp").arg(m_server.serverPort());
+    }
+
+private:
+    void serve()
+    {
+        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
+                const QByteArray seen = socket->property("seen").toByteArray() + socket->readAll();
+                socket->setProperty("seen", seen);
+                if (!seen.contains("\r\n\r\n"))
+                    return;
+                socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n"
+                              "Content-Length: " +
+                              QByteArray::number(body.size()) + "\r\n\r\n" + body);
+                socket->disconnectFromHost();
+            });
+            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        }
+    }
+
+    QTcpServer m_server;
+};
+
+} // namespace
+
+class TestFrmLogin : public QObject
+{
+    Q_OBJECT
+
+private:
+    ServiceProcess m_service;
+    QTemporaryDir m_dir;
+    QString m_settings;
+    MainWindowRecorder m_main;
+    QPointer<frmLogin> m_login;
+
+    // "a|b||c": a list of texts, empty ones kept.
+    static QStringList fields(const char *texts)
+    {
+        return QString::fromUtf8(texts).split(QLatin1Char('|'));
+    }
+    QStringList logins()
+    {
+        return m_service.requests().filter(QRegularExpression(QStringLiteral("^fxn=login")));
+    }
+    void writeSettings(const QByteArray &init)
+    {
+        QFile file(m_settings);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("[Init]\n" + init);
+    }
+    void newLogin()
+    {
+        delete m_login;
+        m_login = new frmLogin;
+        m_main.login = m_login;
+        m_login->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_login));
+    }
+    void type(const QString &user, const QString &password)
+    {
+        m_login->txtUsername->setText(user);
+        m_login->txtPassword->setText(password);
+    }
+    void verifyCovers(QFrame *panel)
+    {
+        QVERIFY(panel->isVisible());
+        QCOMPARE(panel->y(), m_login->frmLoginFrame->y());
+        QCOMPARE(panel->height(), m_login->frmLoginFrame->height());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY2(m_service.start(ServiceProcess::WithTls, QStringLiteral("203.0.113.10")),
+                 qPrintable(m_service.errorString()));
+        ServiceConfig config = ServiceConfig::Defaults();
+        config.httpHost = QStringLiteral("127.0.0.1");
+        config.httpsHost = QStringLiteral("127.0.0.1:%1").arg(m_service.httpsPort());
+        config.webSite = QStringLiteral("web.test");
+        config.supportHost = QStringLiteral("support.test");
+        config.caCertificates = m_service.caFile();
+        SetConfig(config);
+        m_settings = m_dir.filePath(QStringLiteral("settings.ini"));
+        RegistryStore::SetFile(m_settings);
+        basErr::SetLogFolder(m_dir.filePath(QStringLiteral("Logs")));
+        SetMainWindow(&m_main);
+    }
+    void init()
+    {
+        Program::Reset();
+        m_main.calls = 0;
+        m_main.overlayShown = false;
+        writeSettings("Port=" + QByteArray::number(m_service.httpPort()) + "\n");
+        newLogin();
+        m_service.clearRequests();
+    }
+    void cleanup() { delete m_login; }
+    void cleanupTestCase()
+    {
+        SetMainWindow(nullptr);
+        RegistryStore::SetFile(QString());
+        basErr::SetLogFolder(QString());
+    }
+
+    void formLoad_data()
+    {
+        QTest::addColumn<QByteArray>("init");
+        QTest::addColumn<QString>("url"); // "%1" stands for the service's port
+        QTest::addColumn<int>("errors");
+        QTest::newRow("stored port")
+            << QByteArray("Port=%1\n") << "http://127.0.0.1:%1/dnslogin3.asp" << 0;
+        QTest::newRow("service flag ends the loading on this window")
+            << QByteArray("Port=%1\nbRunAsService=1\n") << "http://127.0.0.1/dnslogin3.asp" << 1;
+    }
+    void formLoad()
+    {
+        QFETCH(QByteArray, init);
+        QFETCH(QString, url);
+        QFETCH(int, errors);
+        TestSeams seams;
+        writeSettings(init.replace("%1", QByteArray::number(m_service.httpPort())));
+        newLogin();
+        QCOMPARE(Program::sServiceURL,
+                 url.replace(QStringLiteral("%1"), QString::number(m_service.httpPort())));
+        QCOMPARE(seams.messages.size(), errors);
+        if (errors)
+            QVERIFY(seams.messages[0].text.startsWith(
+                QStringLiteral("basDNS.LoadAdvancedTabSettings()\rError # 91 ")));
+    }
+
+    void emptyEntries_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("via");
+        QTest::addColumn<QString>("message");
+        const QString noUser = QStringLiteral("You must enter a Username.");
+        const QString noPassword = QStringLiteral("You must enter a Password.");
+        QTest::newRow("no user name") << ""
+                                      << "demo"
+                                      << "cmdLogin" << noUser;
+        QTest::newRow("blank user name") << "   "
+                                         << "demo"
+                                         << "Label3" << noUser;
+        QTest::newRow("no password") << "demo"
+                                     << ""
+                                     << "enter" << noPassword;
+        QTest::newRow("blank password") << "demo"
+                                        << "  "
+                                        << "cmdLogin" << noPassword;
+    }
+    void emptyEntries()
+    {
+        QFETCH(QString, user);
+        QFETCH(QString, password);
+        QFETCH(QString, via);
+        QFETCH(QString, message);
+        TestSeams seams;
+        type(user, password);
+        if (via == QLatin1String("enter"))
+            QTest::keyClick(m_login->txtPassword, Qt::Key_Return);
+        else
+            QTest::mouseClick(m_login->findChild<QWidget *>(via), Qt::LeftButton);
+        QCOMPARE(seams.texts(), QStringList{message});
+        QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
+        QCOMPARE(seams.messages[0].buttons, Seams::Buttons::Ok);
+        QCOMPARE(m_login->txtUsername->text(), user);
+        QCOMPARE(m_login->txtPassword->text(), password);
+        QVERIFY(!m_login->bBusy);
+        QCOMPARE(logins(), QStringList());
+    }
+
+    void wrongPassword()
+    {
+        TestSeams seams;
+        type(QStringLiteral("demo"), QStringLiteral("nope"));
+        m_login->txtPassword->setFocus();
+        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
+        QCOMPARE(
+            seams.texts(),
+            QStringList{QStringLiteral(
+                "Invalid Username or Password.\r\n\r\nIf you are a new user you must register "
+                "using the First Time Here hyperlink on the login screen. Registration is free "
+                "for basic Sub-Domain usage.")});
+        QCOMPARE(m_login->txtUsername->text(), QString());
+        QCOMPARE(m_login->txtPassword->text(), QString());
+        QCOMPARE(m_login->focusWidget(), m_login->txtUsername);
+        QCOMPARE(logins(), QStringList{QStringLiteral("fxn=login&usr=demo&pwd=nope")});
+        QVERIFY(!Program::bLoggedIn);
+        QCOMPARE(User().sUsername, QString());
+        QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), m_login.data());
+    }
+
+    void successfulLogin_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<bool>("save");
+        QTest::addColumn<bool>("ssl");
+        QTest::addColumn<QStringList>("session"); // in the order the login fills it
+        QTest::addColumn<QString>("record");
+        QTest::addColumn<int>("freeUserInfo");
+        QTest::newRow("free sub-domain, blanks around, saved")
+            << "  demo "
+            << " demo  " << true << false
+            << fields("demo|Dana|Demo||dyn.veltrio.test|A,CNAME,MX|12/31/2030|demo|203.0.113.10|1")
+            << "dyn.veltrio.test;;A;;demo;;192.0.2.1" << 1;
+        QTest::newRow("own domains over SSL")
+            << "acme"
+            << "acme" << false << true
+            << fields("acme|Ada|Acme|acme.test,acme-shop.test||A,CNAME,MX|12/31/2030|acme|"
+                      "203.0.113.10|5")
+            << "acme.test;;CNAME;;www;;acme.test" << 0;
+    }
+    void successfulLogin()
+    {
+        QFETCH(QString, user);
+        QFETCH(QString, password);
+        QFETCH(bool, save);
+        QFETCH(bool, ssl);
+        QFETCH(QStringList, session);
+        QFETCH(QString, record);
+        QFETCH(int, freeUserInfo);
+        TestSeams seams;
+        if (ssl) {
+            m_login->mnuAdvanced->trigger();
+            m_login->chkSSL->click();
+            QTest::mouseClick(m_login->Label18, Qt::LeftButton);
+        }
+        type(user, password);
+        m_login->chkSaveLogin->setChecked(save);
+        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
+
+        QCOMPARE(seams.texts(), QStringList());
+        QVERIFY(m_login->frmLoggingIn->isHidden());
+        const clsUser &u = User();
+        QCOMPARE((QStringList{u.sUsername, u.sFirstName, u.sLastName, u.sDomainList, u.sSubDomain,
+                              u.sRecordTypeList, u.sExpirationDate, u.sPassword, u.sIPAddress,
+                              u.sUserLevel}),
+                 session);
+        QVERIFY2(u.sDomainUserRecords.contains(record), qPrintable(u.sDomainUserRecords));
+        QCOMPARE(logins(), QStringList{QStringLiteral("fxn=login&usr=%1&pwd=%1").arg(session[0])});
+        QCOMPARE(Program::sServiceURL.startsWith(QLatin1String("https://")), ssl);
+        QVERIFY(Program::bLoggedIn);
+        QCOMPARE(Program::bSaveLogin, save);
+        QCOMPARE(m_main.calls, freeUserInfo);
+        QCOMPARE(m_main.overlayShown, freeUserInfo > 0);
+        QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), nullptr);
+        QTRY_VERIFY(m_login.isNull());
+    }
+
+    void expiry_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<bool>("expired");
+        QTest::newRow("expired account")
+            << "expired" << QDateTime(QDate(2026, 11, 22), QTime(14, 5, 9)) << true;
+        QTest::newRow("day before the date")
+            << "demo" << QDateTime(QDate(2030, 12, 30), QTime(23, 59, 59)) << false;
+        QTest::newRow("the day has begun")
+            << "demo" << QDateTime(QDate(2030, 12, 31), QTime(0, 0, 1)) << true;
+    }
+    void expiry()
+    {
+        QFETCH(QString, user);
+        QFETCH(QDateTime, now);
+        QFETCH(bool, expired);
+        TestSeams seams;
+        seams.now = now;
+        type(user, user);
+        QTest::keyClick(m_login->txtPassword, Qt::Key_Return);
+        QCOMPARE(seams.texts(), QStringList());
+        QCOMPARE(Program::bLoggedIn, !expired);
+        QCOMPARE(User().sUsername, user);
+        if (!expired) {
+            QTRY_VERIFY(m_login.isNull());
+            return;
+        }
+        verifyCovers(m_login->frameExpire);
+        QCOMPARE(m_main.calls, 0);
+        QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), m_login.data());
+        QTest::mouseClick(m_login->Label5, Qt::LeftButton);
+        QVERIFY(m_login->frameExpire->isHidden());
+    }
+
+    void enterRunsTheLoginOnce_data()
+    {
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<int>("key");
+        QTest::newRow("Enter in the password box") << "txtPassword" << int(Qt::Key_Return);
+        QTest::newRow("keypad Enter in the password box") << "txtPassword" << int(Qt::Key_Enter);
+        QTest::newRow("Enter in the window") << "txtUsername" << int(Qt::Key_Return);
+    }
+    void enterRunsTheLoginOnce()
+    {
+        QFETCH(QString, box);
+        QFETCH(int, key);
+        TestSeams seams;
+        type(QStringLiteral("acme"), QStringLiteral("acme"));
+        auto *target = m_login->findChild<QLineEdit *>(box);
+        bool overlayDuringRequest = false;
+        // Runs while the request waits: a second Enter arrives then.
+        QTimer::singleShot(0, m_login, [&] {
+            overlayDuringRequest = m_login->frmLoggingIn->isVisible();
+            verifyCovers(m_login->frmLoggingIn);
+            QTest::keyClick(target, Qt::Key(key));
+        });
+        QTest::keyClick(target, Qt::Key(key));
+        QVERIFY(overlayDuringRequest);
+        QCOMPARE(logins().size(), 1);
+        QVERIFY(Program::bLoggedIn);
+        QCOMPARE(seams.texts(), QStringList());
+    }
+
+    void serverNotReached()
+    {
+        TestSeams seams;
+        Program::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
+        type(QStringLiteral("demo"), QStringLiteral("demo"));
+        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
+        QCOMPARE(seams.texts(), QStringList{kServerError});
+        QCOMPARE(m_login->txtUsername->text(), QStringLiteral("demo"));
+        QCOMPARE(User().sUsername, QString());
+        QVERIFY(m_login->frmLoggingIn->isHidden());
+    }
+
+    void loginWordMustMatchExactly_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("loggedIn");
+        QTest::newRow("blanks around SUCCESS")
+            << QByteArray("DNS LOGIN:  SUCCESS  </p>FirstName:Ann</p>") << true;
+        QTest::newRow("Success") << QByteArray("DNS LOGIN:Success</p>FirstName:Ann</p>") << false;
+        QTest::newRow("SUCCESS inside another word")
+            << QByteArray("DNS LOGIN:NOT SUCCESS</p>SUCCESS</p>") << false;
+        QTest::newRow("no login label") << QByteArray("SUCCESS</p>") << false;
+    }
+    void loginWordMustMatchExactly()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, loggedIn);
+        TestSeams seams;
+        OddServer odd;
+        QVERIFY(odd.listen());
+        odd.body = reply;
+        Program::sServiceURL = odd.scriptUrl();
+        type(QStringLiteral("ann"), QStringLiteral("pw"));
+        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
+        QCOMPARE(Program::bLoggedIn, loggedIn);
+        QCOMPARE(seams.texts(), loggedIn ? QStringList() : QStringList{kServerError});
+        QCOMPARE(User().sFirstName, loggedIn ? QStringLiteral("Ann") : QString());
+    }
+
+    void sessionFilledInOrderUntilABrokenValue()
+    {
+        TestSeams seams;
+        OddServer odd;
+        QVERIFY(odd.listen());
+        // "IPAddress:" without its end tag: reading it fails, and the login
+        // stops there with what it has filled so far.
+        odd.body = "DNS LOGIN:SUCCESS</p>FirstName:Ann</p>LastName:Lee</p>Domains:a.test</p>"
+                   "SubDomain:</p>RecordTypes:A</p>ExpirationDate:12/31/2030</p>"
+                   "UserLevel:5</p>IPAddress:198.51.100.1";
+        Program::sServiceURL = odd.scriptUrl();
+        type(QStringLiteral("ann"), QStringLiteral("pw"));
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, m_login->cmdLogin_Click());
+        const clsUser &u = User();
+        QCOMPARE((QStringList{u.sUsername, u.sFirstName, u.sLastName, u.sDomainList,
+                              u.sRecordTypeList, u.sExpirationDate, u.sPassword}),
+                 fields("ann|Ann|Lee|a.test|A|12/31/2030|pw"));
+        QCOMPARE(u.sIPAddress, QString());
+        QCOMPARE(u.sUserLevel, QString());
+        QVERIFY(!Program::bLoggedIn);
+        QVERIFY(!m_login->bBusy);
+    }
+
+    void sslBoxTakesThePortOfTheMainWindow_data()
+    {
+        QTest::addColumn<bool>("mainWindow");
+        QTest::addColumn<QString>("url");
+        QTest::newRow("no main window yet") << false << "http://127.0.0.1/dnslogin3.asp";
+        QTest::newRow("main window shows 8080") << true << "http://127.0.0.1:8080/dnslogin3.asp";
+    }
+    void sslBoxTakesThePortOfTheMainWindow()
+    {
+        QFETCH(bool, mainWindow);
+        QFETCH(QString, url);
+        std::unique_ptr<QWidget> main;
+        if (mainWindow) {
+            main = std::make_unique<QWidget>();
+            main->setObjectName(QStringLiteral("frmMain"));
+            auto *ports = new QComboBox(main.get());
+            ports->setObjectName(QStringLiteral("cboPorts"));
+            ports->addItems({QStringLiteral("80"), QStringLiteral("8080")});
+            ports->setCurrentIndex(1);
+        }
+        m_login->mnuAdvanced->trigger();
+        m_login->cboPorts->setEditText(QStringLiteral("1400"));
+        m_login->chkSSL->click();
+        QCOMPARE(Program::sServiceURL,
+                 QStringLiteral("https://127.0.0.1:%1/autoupdate/dnslogin3.asp")
+                     .arg(m_service.httpsPort()));
+        QVERIFY(!m_login->cboPorts->isEnabled());
+        m_login->chkSSL->click();
+        QCOMPARE(Program::sServiceURL, url);
+        QVERIFY(m_login->cboPorts->isEnabled());
+    }
+
+    void advancedPanelSavesAndThePortCountsLater()
+    {
+        TestSeams seams;
+        const QString before = Program::sServiceURL;
+        m_login->mnuAdvanced->trigger();
+        verifyCovers(m_login->frameAdvanced);
+        m_login->cboPorts->lineEdit()->selectAll();
+        QTest::keyClicks(m_login->cboPorts, QStringLiteral("1400"));
+        m_login->cboRefreshRate->lineEdit()->selectAll();
+        QTest::keyClicks(m_login->cboRefreshRate, QStringLiteral("75"));
+        QTest::mouseClick(m_login->Label18, Qt::LeftButton);
+        QVERIFY(m_login->frameAdvanced->isHidden());
+        QVERIFY(m_login->frmLoginFrame->isVisible());
+        RegistryStore reg;
+        reg.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+        QCOMPARE(reg.ReadValue(QStringLiteral("bSSL")), QStringLiteral("0"));
+        QCOMPARE(reg.ReadValue(QStringLiteral("Port")), QStringLiteral("1400"));
+        QCOMPARE(reg.ReadValue(QStringLiteral("RefreshRate")), QStringLiteral("75"));
+        // Requests still go to the port the window was loaded with.
+        QCOMPARE(Program::sServiceURL, before);
+        type(QStringLiteral("acme"), QStringLiteral("acme"));
+        QTest::keyClick(m_login->txtPassword, Qt::Key_Return);
+        QVERIFY(Program::bLoggedIn);
+    }
+
+    void exit_data()
+    {
+        QTest::addColumn<bool>("mainFirst");
+        QTest::newRow("login window alone") << false;
+        QTest::newRow("main window loaded first") << true;
+    }
+    void exit()
+    {
+        QFETCH(bool, mainFirst);
+        QPointer<QWidget> main;
+        if (mainFirst) {
+            delete m_login;
+            main = new QWidget;
+            main->setObjectName(QStringLiteral("frmMain"));
+            Windows::Track(main);
+            newLogin();
+        }
+        QTest::mouseClick(m_login->Label4, Qt::LeftButton);
+        QVERIFY(Program::bSkipClosePrompt);
+        // Unloading stops at the main window, which takes the others along.
+        QCOMPARE(Windows::Loaded(),
+                 mainFirst ? QList<QWidget *>{m_login.data()} : QList<QWidget *>());
+        QTRY_VERIFY(main.isNull());
+    }
+
+    void webPages_data()
+    {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("url"); // "%1" stands for the HTTPS host's port
+        QTest::newRow("help picture") << "imgHelpDomain"
+                                      << "http://web.test/help";
+        QTest::newRow("online help") << "mnuOnlineHelp"
+                                     << "http://web.test/help";
+        QTest::newRow("register link") << "llblRegister"
+                                       << "http://web.test/services.asp";
+        QTest::newRow("register menu") << "mnuRegister"
+                                       << "http://web.test/services.asp";
+        QTest::newRow("expiry notice") << "lblExpire"
+                                       << "https://127.0.0.1:%1/v.1.3/support.asp";
+        QTest::newRow("forgotten password") << ""
+                                            << "http://support.test/pop_pword.asp";
+    }
+    void webPages()
+    {
+        QFETCH(QString, control);
+        QFETCH(QString, url);
+        TestSeams seams;
+        if (control.isEmpty())
+            m_login->OpenForgottenPasswordPage();
+        else if (auto *action = m_login->findChild<QAction *>(control))
+            action->trigger();
+        else if (auto *label = m_login->findChild<CaptionLabel *>(control); label->isVisible())
+            QTest::mouseClick(label, Qt::LeftButton);
+        else
+            emit label->clicked(); // on a panel that is not up
+        QCOMPARE(seams.opened, QList<QUrl>{QUrl(url.replace(
+                                   QStringLiteral("%1"), QString::number(m_service.httpsPort())))});
+    }
+};
+
+QTEST_MAIN(TestFrmLogin)
+#include "tst_frmlogin.moc"
