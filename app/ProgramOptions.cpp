@@ -8,6 +8,17 @@
 #include <QFileInfo>
 #include <cstdio>
 
+bool ProgramOptions::AsksForHelp(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == "-h" || argument == "--help" || argument == "-?" ||
+            argument == "--help-all")
+            return true;
+    }
+    return false;
+}
+
 ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -26,14 +37,15 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
     parser.addOptions({config, settings, logDir});
 
     ProgramOptions options;
-    if (!parser.parse(arguments)) {
-        options.action = Action::Fail;
-        options.message = parser.errorText();
-        return options;
-    }
-    if (parser.isSet(help)) {
+    const bool parsed = parser.parse(arguments);
+    if (parser.isSet(help) || parser.isSet(QStringLiteral("help-all"))) {
         options.action = Action::ShowHelp;
         options.message = parser.helpText();
+        return options;
+    }
+    if (!parsed) {
+        options.action = Action::Fail;
+        options.message = parser.errorText();
         return options;
     }
     if (!parser.positionalArguments().isEmpty()) {

@@ -21,6 +21,9 @@ struct ProgramOptions
     // The help text (ShowHelp) or what was wrong (Fail).
     QString message;
 
+    // Whether the raw command line asks for help ("-h", "--help", "-?", "--help-all").
+    static bool AsksForHelp(int argc, char **argv);
+
     // Reads the arguments (the program's name first).
     static ProgramOptions Parse(const QStringList &arguments);
 

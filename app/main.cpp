@@ -3,12 +3,20 @@
 #include "Application.h"
 #include "ProgramOptions.h"
 #include "UiSeams.h"
-#include "Version.h"
+#include "Windows.h"
 #include "frmAbout.h"
 #include "frmLogin.h"
+#include "frmMain.h"
 
 int main(int argc, char *argv[])
 {
+    // Help needs no window system: it is answered on a machine without a
+    // display too. Everything else is read once Qt has taken its own options
+    // (-platform, -style, ...) off the command line.
+    if (ProgramOptions::AsksForHelp(argc, argv)) {
+        QCoreApplication commandLine(argc, argv);
+        return ProgramOptions::Parse(QCoreApplication::arguments()).Report();
+    }
     Application app(argc, argv);
     const ProgramOptions options = ProgramOptions::Parse(QCoreApplication::arguments());
     if (options.action != ProgramOptions::Action::Run)
@@ -17,10 +25,12 @@ int main(int argc, char *argv[])
     UiSeams::Install();
     frmLogin::SetAboutBox(&frmAbout::ShowModal);
 
-    // Until the main window takes over the start, the program is its login
-    // window, and it ends when that window closes.
-    auto *login = new frmLogin;
-    login->setWindowTitle(Version::LoginCaption());
-    login->show();
+    // The program starts at the main window: it logs in (the saved login or
+    // the login window) and fills itself. Leaving the login window with Exit
+    // leaves no window, and the program ends there.
+    auto *main = new frmMain;
+    main->Form_Load();
+    if (Windows::Loaded().isEmpty())
+        return 0;
     return app.exec();
 }
