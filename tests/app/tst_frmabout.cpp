@@ -1,5 +1,4 @@
 #include "PictureButton.h"
-#include "ServiceConfig.h"
 #include "TestSeams.h"
 #include "Windows.h"
 #include "frmAbout.h"
@@ -43,19 +42,6 @@ private slots:
         QTest::mouseClick(box->findChild<QWidget *>(control), Qt::LeftButton);
         QCOMPARE(Windows::Find(QStringLiteral("frmAbout")), nullptr);
         QTRY_VERIFY(box.isNull());
-    }
-
-    void termsOfService()
-    {
-        TestSeams seams;
-        ServiceConfig config = ServiceConfig::Defaults();
-        config.webSite = QStringLiteral("web.test:8080");
-        SetConfig(config);
-        frmAbout box;
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        QTest::mouseClick(box.Label1, Qt::LeftButton);
-        QCOMPARE(seams.opened, QList<QUrl>{QUrl(QStringLiteral("http://web.test:8080/tos.asp"))});
     }
 
     void sysInfoUnavailableWithoutItsRegistryKeys()

@@ -1,7 +1,4 @@
 #include "ProgramOptions.h"
-#include "RegistryStore.h"
-#include "ServiceConfig.h"
-#include "basErr.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -55,21 +52,6 @@ private slots:
         const ProgramOptions options = ProgramOptions::Parse(list);
         QCOMPARE(int(options.action), action);
         QVERIFY2(options.message.contains(message), qPrintable(options.message));
-    }
-
-    void apply()
-    {
-        const ProgramOptions options = ProgramOptions::Parse(
-            {QStringLiteral("veltrio-dns"), QStringLiteral("--config"), m_config,
-             QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("s.ini")),
-             QStringLiteral("--log-dir"), m_dir.filePath(QStringLiteral("logs"))});
-        QCOMPARE(int(options.action), int(Action::Run));
-        options.Apply();
-        QCOMPARE(Config().httpHost, QStringLiteral("update.test"));
-        QCOMPARE(RegistryStore::File(), m_dir.filePath(QStringLiteral("s.ini")));
-        QCOMPARE(basErr::LogFolder(), m_dir.filePath(QStringLiteral("logs")));
-        RegistryStore::SetFile(QString());
-        basErr::SetLogFolder(QString());
     }
 };
 

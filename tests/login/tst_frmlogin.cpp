@@ -168,93 +168,82 @@ private slots:
         basErr::SetLogFolder(QString());
     }
 
-    void formLoad_data()
-    {
-        QTest::addColumn<QByteArray>("init");
-        QTest::addColumn<QString>("url"); // "%1" stands for the service's port
-        QTest::addColumn<int>("errors");
-        QTest::newRow("stored port")
-            << QByteArray("Port=%1\n") << "http://127.0.0.1:%1/dnslogin3.asp" << 0;
-        QTest::newRow("service flag ends the loading on this window")
-            << QByteArray("Port=%1\nbRunAsService=1\n") << "http://127.0.0.1/dnslogin3.asp" << 1;
-    }
-    void formLoad()
-    {
-        QFETCH(QByteArray, init);
-        QFETCH(QString, url);
-        QFETCH(int, errors);
-        TestSeams seams;
-        writeSettings(init.replace("%1", QByteArray::number(m_service.httpPort())));
-        newLogin();
-        QCOMPARE(Program::sServiceURL,
-                 url.replace(QStringLiteral("%1"), QString::number(m_service.httpPort())));
-        QCOMPARE(seams.messages.size(), errors);
-        if (errors)
-            QVERIFY(seams.messages[0].text.startsWith(
-                QStringLiteral("basDNS.LoadAdvancedTabSettings()\rError # 91 ")));
-    }
-
-    void emptyEntries_data()
+    void refusedLogin_data()
     {
         QTest::addColumn<QString>("user");
         QTest::addColumn<QString>("password");
-        QTest::addColumn<QString>("via");
+        QTest::addColumn<QString>("server"); // "service", "unreachable", or the reply to send
         QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("emptied"); // both boxes emptied, focus in the user name
         const QString noUser = QStringLiteral("You must enter a Username.");
         const QString noPassword = QStringLiteral("You must enter a Password.");
+        const QString invalid = QStringLiteral(
+            "Invalid Username or Password.\r\n\r\nIf you are a new user you must register using "
+            "the First Time Here hyperlink on the login screen. Registration is free for basic "
+            "Sub-Domain usage.");
         QTest::newRow("no user name") << ""
                                       << "demo"
-                                      << "cmdLogin" << noUser;
+                                      << "service" << noUser << false;
         QTest::newRow("blank user name") << "   "
                                          << "demo"
-                                         << "Label3" << noUser;
+                                         << "service" << noUser << false;
         QTest::newRow("no password") << "demo"
                                      << ""
-                                     << "enter" << noPassword;
+                                     << "service" << noPassword << false;
         QTest::newRow("blank password") << "demo"
                                         << "  "
-                                        << "cmdLogin" << noPassword;
+                                        << "service" << noPassword << false;
+        QTest::newRow("wrong password") << "demo"
+                                        << "nope"
+                                        << "service" << invalid << true;
+        QTest::newRow("server not reached") << "demo"
+                                            << "demo"
+                                            << "unreachable" << kServerError << false;
+        QTest::newRow("Success is not SUCCESS")
+            << "ann"
+            << "pw"
+            << "DNS LOGIN:Success</p>FirstName:Ann</p>" << kServerError << false;
+        QTest::newRow("SUCCESS inside another word")
+            << "ann"
+            << "pw"
+            << "DNS LOGIN:NOT SUCCESS</p>SUCCESS</p>" << kServerError << false;
+        QTest::newRow("no login label") << "ann"
+                                        << "pw"
+                                        << "SUCCESS</p>" << kServerError << false;
     }
-    void emptyEntries()
+    void refusedLogin()
     {
         QFETCH(QString, user);
         QFETCH(QString, password);
-        QFETCH(QString, via);
+        QFETCH(QString, server);
         QFETCH(QString, message);
+        QFETCH(bool, emptied);
         TestSeams seams;
+        OddServer odd;
+        if (server == QLatin1String("unreachable")) {
+            Program::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
+        } else if (server != QLatin1String("service")) {
+            QVERIFY(odd.listen());
+            odd.body = server.toUtf8();
+            Program::sServiceURL = odd.scriptUrl();
+        }
         type(user, password);
-        if (via == QLatin1String("enter"))
-            QTest::keyClick(m_login->txtPassword, Qt::Key_Return);
-        else
-            QTest::mouseClick(m_login->findChild<QWidget *>(via), Qt::LeftButton);
+        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
         QCOMPARE(seams.texts(), QStringList{message});
         QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
         QCOMPARE(seams.messages[0].buttons, Seams::Buttons::Ok);
-        QCOMPARE(m_login->txtUsername->text(), user);
-        QCOMPARE(m_login->txtPassword->text(), password);
+        QCOMPARE(m_login->txtUsername->text(), emptied ? QString() : user);
+        QCOMPARE(m_login->txtPassword->text(), emptied ? QString() : password);
+        if (emptied)
+            QCOMPARE(m_login->focusWidget(), m_login->txtUsername);
+        QVERIFY(m_login->frmLoggingIn->isHidden());
         QVERIFY(!m_login->bBusy);
-        QCOMPARE(logins(), QStringList());
-    }
-
-    void wrongPassword()
-    {
-        TestSeams seams;
-        type(QStringLiteral("demo"), QStringLiteral("nope"));
-        m_login->txtPassword->setFocus();
-        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
-        QCOMPARE(
-            seams.texts(),
-            QStringList{QStringLiteral(
-                "Invalid Username or Password.\r\n\r\nIf you are a new user you must register "
-                "using the First Time Here hyperlink on the login screen. Registration is free "
-                "for basic Sub-Domain usage.")});
-        QCOMPARE(m_login->txtUsername->text(), QString());
-        QCOMPARE(m_login->txtPassword->text(), QString());
-        QCOMPARE(m_login->focusWidget(), m_login->txtUsername);
-        QCOMPARE(logins(), QStringList{QStringLiteral("fxn=login&usr=demo&pwd=nope")});
         QVERIFY(!Program::bLoggedIn);
         QCOMPARE(User().sUsername, QString());
         QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), m_login.data());
+        // Only the wrong password reached the service.
+        QCOMPARE(logins(), emptied ? QStringList{QStringLiteral("fxn=login&usr=demo&pwd=nope")}
+                                   : QStringList());
     }
 
     void successfulLogin_data()
@@ -379,45 +368,6 @@ private slots:
         QCOMPARE(seams.texts(), QStringList());
     }
 
-    void serverNotReached()
-    {
-        TestSeams seams;
-        Program::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
-        type(QStringLiteral("demo"), QStringLiteral("demo"));
-        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
-        QCOMPARE(seams.texts(), QStringList{kServerError});
-        QCOMPARE(m_login->txtUsername->text(), QStringLiteral("demo"));
-        QCOMPARE(User().sUsername, QString());
-        QVERIFY(m_login->frmLoggingIn->isHidden());
-    }
-
-    void loginWordMustMatchExactly_data()
-    {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::addColumn<bool>("loggedIn");
-        QTest::newRow("blanks around SUCCESS")
-            << QByteArray("DNS LOGIN:  SUCCESS  </p>FirstName:Ann</p>") << true;
-        QTest::newRow("Success") << QByteArray("DNS LOGIN:Success</p>FirstName:Ann</p>") << false;
-        QTest::newRow("SUCCESS inside another word")
-            << QByteArray("DNS LOGIN:NOT SUCCESS</p>SUCCESS</p>") << false;
-        QTest::newRow("no login label") << QByteArray("SUCCESS</p>") << false;
-    }
-    void loginWordMustMatchExactly()
-    {
-        QFETCH(QByteArray, reply);
-        QFETCH(bool, loggedIn);
-        TestSeams seams;
-        OddServer odd;
-        QVERIFY(odd.listen());
-        odd.body = reply;
-        Program::sServiceURL = odd.scriptUrl();
-        type(QStringLiteral("ann"), QStringLiteral("pw"));
-        QTest::mouseClick(m_login->cmdLogin, Qt::LeftButton);
-        QCOMPARE(Program::bLoggedIn, loggedIn);
-        QCOMPARE(seams.texts(), loggedIn ? QStringList() : QStringList{kServerError});
-        QCOMPARE(User().sFirstName, loggedIn ? QStringLiteral("Ann") : QString());
-    }
-
     void sessionFilledInOrderUntilABrokenValue()
     {
         TestSeams seams;
@@ -425,7 +375,7 @@ private slots:
         QVERIFY(odd.listen());
         // "IPAddress:" without its end tag: reading it fails, and the login
         // stops there with what it has filled so far.
-        odd.body = "DNS LOGIN:SUCCESS</p>FirstName:Ann</p>LastName:Lee</p>Domains:a.test</p>"
+        odd.body = "DNS LOGIN:  SUCCESS  </p>FirstName:Ann</p>LastName:Lee</p>Domains:a.test</p>"
                    "SubDomain:</p>RecordTypes:A</p>ExpirationDate:12/31/2030</p>"
                    "UserLevel:5</p>IPAddress:198.51.100.1";
         Program::sServiceURL = odd.scriptUrl();
@@ -521,40 +471,6 @@ private slots:
         QCOMPARE(Windows::Loaded(),
                  mainFirst ? QList<QWidget *>{m_login.data()} : QList<QWidget *>());
         QTRY_VERIFY(main.isNull());
-    }
-
-    void webPages_data()
-    {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("url"); // "%1" stands for the HTTPS host's port
-        QTest::newRow("help picture") << "imgHelpDomain"
-                                      << "http://web.test/help";
-        QTest::newRow("online help") << "mnuOnlineHelp"
-                                     << "http://web.test/help";
-        QTest::newRow("register link") << "llblRegister"
-                                       << "http://web.test/services.asp";
-        QTest::newRow("register menu") << "mnuRegister"
-                                       << "http://web.test/services.asp";
-        QTest::newRow("expiry notice") << "lblExpire"
-                                       << "https://127.0.0.1:%1/v.1.3/support.asp";
-        QTest::newRow("forgotten password") << ""
-                                            << "http://support.test/pop_pword.asp";
-    }
-    void webPages()
-    {
-        QFETCH(QString, control);
-        QFETCH(QString, url);
-        TestSeams seams;
-        if (control.isEmpty())
-            m_login->OpenForgottenPasswordPage();
-        else if (auto *action = m_login->findChild<QAction *>(control))
-            action->trigger();
-        else if (auto *label = m_login->findChild<CaptionLabel *>(control); label->isVisible())
-            QTest::mouseClick(label, Qt::LeftButton);
-        else
-            emit label->clicked(); // on a panel that is not up
-        QCOMPARE(seams.opened, QList<QUrl>{QUrl(url.replace(
-                                   QStringLiteral("%1"), QString::number(m_service.httpsPort())))});
     }
 };
 

@@ -69,8 +69,6 @@ private slots:
         const QString https = QStringLiteral("https://secure.test/autoupdate/dnslogin3.asp");
         QTest::newRow("nothing stored") << QByteArray() << false << true << "60"
                                         << "80" << true << plain80 << false;
-        QTest::newRow("free account default") << QByteArray() << true << true << "90"
-                                              << "80" << true << plain80 << false;
         QTest::newRow("rate 45 raised to 60")
             << QByteArray("RefreshRate=45") << false << true << "60"
             << "80" << true << plain80 << false;
@@ -89,8 +87,6 @@ private slots:
         QTest::newRow("port 1400 without SSL")
             << QByteArray("Port=1400") << false << true << "60"
             << "1400" << true << "http://update.test:1400/dnslogin3.asp" << false;
-        QTest::newRow("port abc keeps 80") << QByteArray("Port=abc") << false << true << "60"
-                                           << "80" << true << plain80 << false;
         QTest::newRow("SSL disables the ports and ignores Port")
             << QByteArray("bSSL=1\nPort=1400") << false << true << "60"
             << "80" << false << https << false;
@@ -103,9 +99,6 @@ private slots:
             << QByteArray("bRunAsService=1\nbSSL=1\nPort=8080\nRefreshRate=100") << false << false
             << "100"
             << "80" << true << "unchanged" << true;
-        QTest::newRow("no service flag, no chkService needed")
-            << QByteArray("bRunAsService=0\nPort=8080") << false << false << "60"
-            << "8080" << true << "http://update.test:8080/dnslogin3.asp" << false;
     }
     void load()
     {
