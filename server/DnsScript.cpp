@@ -3,6 +3,7 @@
 #include "QueryText.h"
 
 #include <QRegularExpression>
+#include <utility>
 
 namespace {
 
@@ -69,6 +70,8 @@ QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
     if (m_requests.size() >= maxLoggedRequests)
         m_requests.removeFirst();
     m_requests.append(rawQuery);
+    if (m_nextReply)
+        return std::exchange(m_nextReply, std::nullopt).value();
 
     const QueryText query(rawQuery);
     const QString function = query.value(QStringLiteral("fxn")).value_or(QString()).trimmed();

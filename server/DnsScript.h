@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <optional>
 
 class QueryText;
 
@@ -36,6 +37,10 @@ public:
     // oldest first.
     const QStringList &requests() const { return m_requests; }
     void clearRequests() { m_requests.clear(); }
+    // Makes the next request, whatever it asks, get this text as its whole
+    // reply and change nothing; for trying the client on replies the service
+    // would not give. The request is still counted among requests().
+    void setNextReply(const QString &reply) { m_nextReply = reply; }
 
     // The IPv4 form of a peer address: "::ffff:203.0.113.7" is 203.0.113.7,
     // the IPv6 loopback is 127.0.0.1.
@@ -51,4 +56,5 @@ private:
     Today m_today;
     QString m_publicAddress;
     QStringList m_requests;
+    std::optional<QString> m_nextReply;
 };

@@ -83,6 +83,16 @@ void ServiceHttp::addRoutes(QHttpServer &server)
         return text(body);
     });
 
+    server.route(QStringLiteral("/admin/next-reply"), [this](const QHttpServerRequest &request) {
+        if (!fromLoopback(request))
+            return text(QStringLiteral("forbidden\n"), Status::Forbidden);
+        const QUrlQuery query = request.query();
+        if (!query.hasQueryItem(QStringLiteral("text")))
+            return text(QStringLiteral("give the reply as text=...\n"), Status::BadRequest);
+        m_script.setNextReply(query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded));
+        return text(QStringLiteral("the next request gets the given reply\n"));
+    });
+
     for (const QString &path : WebPages::paths()) {
         server.route(path, [path](const QHttpServerRequest &) {
             return QHttpServerResponse(htmlType, WebPages::page(path).value_or(QByteArray()));

@@ -13,6 +13,7 @@ class QHttpServer;
 // and two loopback-only admin requests for tests and demos:
 //   /admin/public-ip?address=A.B.C.D   the address the service reports
 //   /admin/requests[?clear=1]          the query texts received, one a line
+//   /admin/next-reply?text=...         the whole reply to the next request
 // Every listener serves every path.
 class ServiceHttp : public QObject
 {

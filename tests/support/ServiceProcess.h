@@ -129,6 +129,15 @@ public:
         return admin(QStringLiteral("/admin/public-ip?address=") + address).has_value();
     }
 
+    // Makes the next protocol request get exactly this reply (and change
+    // nothing at the service).
+    bool setNextReply(const QString &reply)
+    {
+        return admin(QStringLiteral("/admin/next-reply?text=") +
+                     QString::fromLatin1(QUrl::toPercentEncoding(reply)))
+            .has_value();
+    }
+
     // The query texts of the protocol requests received so far, oldest first.
     QStringList requests()
     {
