@@ -20,7 +20,6 @@ void Application::SetNames()
     QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
     QCoreApplication::setApplicationVersion(Version::MajorMinor() + QLatin1Char('.') +
                                             QString::number(Version::Revision()));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Veltrio"));
 }
 
 namespace {
