@@ -175,7 +175,9 @@ frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
     tmrTimes->setInterval(1000);
     tmrTimes->start();
 
+    buildTray();
     connectHandlers();
+    connectRefreshAndTray();
     SetMainWindow(this);
 }
 
@@ -548,8 +550,16 @@ void frmMain::CreateSizer()
 void frmMain::Form_Resize()
 {
     Trap(QStringLiteral("frmMain.MDIForm_Load()"), [&] {
-        if (windowState() & Qt::WindowMinimized)
+        if (windowState() & Qt::WindowMinimized) {
+            // Minimised, the window lives in the tray; on a desktop without
+            // one it stays on the task bar, where the user can get it back.
+            if (bTrayAvailable)
+                QTimer::singleShot(0, this, [this] {
+                    if (windowState() & Qt::WindowMinimized)
+                        hide();
+                });
             return;
+        }
         if (m_sizer)
             m_sizer->Resize();
     });
@@ -876,24 +886,7 @@ void frmMain::SetStatus(const QString &caption, int colour)
     lblStatus->setPalette(palette);
 }
 
-void frmMain::SysTrayIcon(bool connected)
-{
-    // The tray icons come with the tray; until then the status label alone
-    // shows the connection.
-    Q_UNUSED(connected);
-}
-
 void frmMain::SetWindowEnabled(bool enabled)
 {
     setEnabled(enabled);
-}
-
-void frmMain::tmrAuto_Timer()
-{
-    // The automatic refresh is driven from here.
-}
-
-void frmMain::tmrTimes_Timer()
-{
-    // The up-time display is driven from here.
 }

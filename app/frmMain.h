@@ -1,6 +1,8 @@
 #pragma once
 
+#include "AutoRefresh.h"
 #include "MainWindowPort.h"
+#include "RefreshTimer.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -17,6 +19,7 @@ class QFrame;
 class QLabel;
 class QLineEdit;
 class QMenu;
+class QSystemTrayIcon;
 class QTimer;
 class QTreeView;
 class DomainUserModel;
@@ -94,6 +97,13 @@ public:
     QAction *mnuPopupHide, *mnuPopupLogOff, *mnuPopupShow, *mnuSeperator3, *mnuPopupAbout,
         *mnuSeperator4, *mnuPopupExit;
 
+    // --- Tray ---------------------------------------------------------------------------
+    // Exactly one of the two is in the tray: "on" while the service answers.
+    QSystemTrayIcon *cSysTrayOn, *cSysTrayOff;
+    // Whether minimising may hide the window: only where a tray can bring it
+    // back. Read from the desktop when the window is made.
+    bool bTrayAvailable = false;
+
     // --- Window state -----------------------------------------------------------------
     // The grid's remembered selection and what it showed last.
     QString sSelectedRecord;
@@ -142,6 +152,12 @@ public:
     // --- Submission (frmMain_submit.cpp) ------------------------------------------------------
     void ToggleShortcutCName(QCheckBox *chkShortcut, const QString &sName);
 
+    // --- Automatic refresh and tray (frmMain_refresh.cpp) -------------------------------
+    void UpdateDomainAutoIPs(const QString &ip);
+    void ShowUpTime();
+    // Ticks of tmrAuto since the last check of the public address.
+    const RefreshTimer &Refresh() const { return m_refresh; }
+
     // --- Saving and closing (frmMain_close.cpp) -----------------------------------------------
     void SaveSettings();
     // The close check; sets cancel when the user answers No.
@@ -177,10 +193,27 @@ public slots:
     void mnuAbout_Click();
     void tmrAuto_Timer();
     void tmrTimes_Timer();
+    void chkFTP_Click();
+    void chkMail_Click();
+    void chkTelnet_Click();
+    void chkVNC_Click();
+    void chkWWW_Click();
+    void chkIRC_Click();
+    void chkPCAW_Click();
+    void chkMX_Click();
+    // button: 1 left, 2 right, 4 middle.
+    void cSysTrayOn_MouseUp(int button);
+    void cSysTrayOff_MouseUp(int button);
+    void mnuPopupHide_Click();
+    void mnuPopupShow_Click();
+    void mnuPopupAbout_Click();
+    void mnuPopupLogOff_Click();
+    void mnuPopupExit_Click();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     void buildStatusPanel(QWidget *central);
@@ -190,6 +223,14 @@ private:
     void buildAdvancedPanel(QWidget *central);
     void buildMenus();
     void connectHandlers();
+    void buildTray();
+    void connectRefreshAndTray();
+    // The grid's rows in display order.
+    QList<AutoRefresh::GridRow> GridRows() const;
+    // Brings the about box, or a visible login window, to the front; true
+    // when there was one.
+    bool BringDialogToFront();
+    void TrayMouseUp(int button);
     void CreateSizer();
     void Form_Resize();
     void PrepareGrid();
@@ -222,5 +263,8 @@ private:
     bool m_sortDescending = false;
     bool m_sorted = false;
     bool m_filling = false;
+    RefreshTimer m_refresh;
+    bool m_ticking = false;
+    bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
 };

@@ -153,6 +153,9 @@ void frmMain::closeEvent(QCloseEvent *event)
     }
     tmrAuto->stop();
     tmrTimes->stop();
+    m_unloaded = true;
+    // No icon of a closed program stays in the tray.
+    SysTrayIcon(false);
     event->accept();
 }
 

@@ -574,12 +574,6 @@ void frmMain::SetSort(int key, bool descending, bool sorted)
 
 void frmMain::UpdateAutoIpList()
 {
-    Trap(QStringLiteral("frmMain.UpdateAutoIpList()"), [&] {
-        QList<AutoRefresh::GridRow> rows;
-        rows.reserve(GridRowCount());
-        for (int i = 0; i < GridRowCount(); ++i)
-            rows.append(
-                {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
-        Program::sAutoIPList = AutoRefresh::AutoIpList(rows);
-    });
+    Trap(QStringLiteral("frmMain.UpdateAutoIpList()"),
+         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(GridRows()); });
 }

@@ -1,0 +1,370 @@
+// The main window's automatic refresh, the free sub-domain's service
+// shortcuts, and its life in the tray.
+
+#include "frmMain.h"
+
+#include "DateRules.h"
+#include "Icons.h"
+#include "RegistryStore.h"
+#include "Seams.h"
+#include "TextRules.h"
+#include "Windows.h"
+#include "basDNS.h"
+#include "basErr.h"
+#include "clsUser.h"
+#include "frmAbout.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QCursor>
+#include <QDateTime>
+#include <QEvent>
+#include <QFrame>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+namespace {
+
+const QString kTrayTip = QStringLiteral("Veltrio Dynamic DNS Services.");
+
+Qt::WindowStates windowStateFromNumber(double value)
+{
+    if (value == 2)
+        return Qt::WindowMaximized;
+    if (value == 1)
+        return Qt::WindowMinimized;
+    return Qt::WindowNoState;
+}
+
+} // namespace
+
+// --- Automatic refresh ------------------------------------------------------------------
+
+void frmMain::tmrAuto_Timer()
+{
+    // A tick waits for the service inside the request; the timer is stopped
+    // meanwhile, so a slow check delays the next tick instead of running a
+    // second one inside the first. Errors are not trapped here: a refresh
+    // rate that is no number ends the program through the top-level report.
+    if (m_ticking)
+        return;
+    m_ticking = true;
+    const bool wasActive = tmrAuto->isActive();
+    tmrAuto->stop();
+    QPointer<frmMain> self(this);
+
+    clsUser &user = User();
+    if (m_refresh.Tick(cboRefreshRate->currentText())) {
+        lblLastIPCheck->setText(DateRules::FormatCheckTime(Seams::Now()));
+        if (AutoRefresh::ShouldAskService(chkAutoIP->isChecked(), user.bVeltrioOnly)) {
+            const QString ip = basDNS::GetIPAddress();
+            if (self && !ip.isEmpty()) {
+                lblIPAddress->setText(ip);
+                if (user.bVeltrioOnly) {
+                    if (lblIPAddress->text() != user.sIPAddress) {
+                        // The service replaces a record by removing the old
+                        // one and setting the new one.
+                        QString host = user.sUsername;
+                        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete,
+                                           user.sRecordType, user.sIPAddress, false,
+                                           chkAutoIP->isChecked());
+                        host = user.sUsername;
+                        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordAdd,
+                                           user.sRecordType, lblIPAddress->text(), false,
+                                           chkAutoIP->isChecked());
+                        if (self) {
+                            txtVeltrioIP->setText(ip);
+                            lblTimesIPChanged->setText(
+                                TextRules::Increment(lblTimesIPChanged->text()));
+                        }
+                    }
+                } else {
+                    UpdateDomainAutoIPs(ip);
+                }
+            }
+        }
+    }
+
+    if (!self)
+        return;
+    m_ticking = false;
+    if (wasActive && !m_unloaded && !tmrAuto->isActive())
+        tmrAuto->start();
+}
+
+void frmMain::UpdateDomainAutoIPs(const QString &ip)
+{
+    Trap(QStringLiteral("frmMain.UpdateDomainAutoIPs()"), [&] {
+        // The user is at work in another panel; the next due check does it.
+        if (isVisible() && !frameGrid->isVisible())
+            return;
+        QPointer<frmMain> self(this);
+        for (const AutoRefresh::GridRow &row : GridRows()) {
+            const auto resend = AutoRefresh::ResendForRow(row, ip);
+            if (!resend)
+                continue;
+            // The add follows whatever became of the remove.
+            for (const auto &[args, command] : {std::pair{resend->remove, basDNS::RecordDelete},
+                                                std::pair{resend->add, basDNS::RecordAdd}}) {
+                QString host = args.host;
+                basDNS::DNSTickler(args.domain, host, command, args.recordType, args.address, false,
+                                   true);
+                if (!self)
+                    return;
+            }
+        }
+        FillDomainUserGrid();
+    });
+}
+
+QList<AutoRefresh::GridRow> frmMain::GridRows() const
+{
+    QList<AutoRefresh::GridRow> rows;
+    rows.reserve(GridRowCount());
+    for (int i = 0; i < GridRowCount(); ++i)
+        rows.append(
+            {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
+    return rows;
+}
+
+void frmMain::tmrTimes_Timer()
+{
+    if (isVisible())
+        ShowUpTime();
+}
+
+void frmMain::ShowUpTime()
+{
+    const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
+    const qint64 seconds = start.isValid() ? start.secsTo(Seams::Now()) : 0;
+    lblUpTime->setText(AutoRefresh::UpTimeCaption(seconds));
+}
+
+// --- Service shortcuts ----------------------------------------------------------------------
+
+void frmMain::chkFTP_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkFTP, QStringLiteral("FTP"));
+}
+
+void frmMain::chkMail_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkMail, QStringLiteral("MAIL"));
+}
+
+void frmMain::chkTelnet_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkTelnet, QStringLiteral("TELNET"));
+}
+
+void frmMain::chkVNC_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkVNC, QStringLiteral("VNC"));
+}
+
+void frmMain::chkWWW_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkWWW, QStringLiteral("WWW"));
+}
+
+void frmMain::chkIRC_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkIRC, QStringLiteral("IRC"));
+}
+
+void frmMain::chkPCAW_Click()
+{
+    if (!bLoadingFreeInfo)
+        ToggleShortcutCName(chkPCAW, QStringLiteral("PCAW"));
+}
+
+void frmMain::chkMX_Click()
+{
+    if (bLoadingFreeInfo)
+        return;
+    const bool ticked = chkMX->isChecked();
+    const clsUser &user = User();
+    QString host = user.sUsername;
+    QPointer<frmMain> self(this);
+    const bool ok =
+        basDNS::DNSTickler(user.sDomain, host, ticked ? basDNS::RecordAdd : basDNS::RecordDelete,
+                           QStringLiteral("MX 1"), lblDomain->text(), false, false);
+    if (!self)
+        return;
+    if (!ok) {
+        // Back to what the service holds, without sending anything.
+        bLoadingFreeInfo = true;
+        chkMX->setChecked(!ticked);
+        bLoadingFreeInfo = false;
+        return;
+    }
+    Seams::MsgBox(ticked ? QStringLiteral("Transaction Complete:MX Record Set")
+                         : QStringLiteral("Transaction Complete:MX Record Removed"),
+                  Seams::Buttons::Ok, QStringLiteral("Veltrio"));
+}
+
+// --- Tray and window state --------------------------------------------------------------------
+
+void frmMain::buildTray()
+{
+    bTrayAvailable = QSystemTrayIcon::isSystemTrayAvailable();
+    cSysTrayOn = new QSystemTrayIcon(Icons::TrayOn(), this);
+    cSysTrayOn->setObjectName(QStringLiteral("cSysTrayOn"));
+    cSysTrayOff = new QSystemTrayIcon(Icons::TrayOff(), this);
+    cSysTrayOff->setObjectName(QStringLiteral("cSysTrayOff"));
+    for (QSystemTrayIcon *icon : {cSysTrayOn, cSysTrayOff})
+        icon->setToolTip(kTrayTip);
+    cSysTrayOn->show();
+}
+
+void frmMain::connectRefreshAndTray()
+{
+    const std::pair<QCheckBox *, void (frmMain::*)()> shortcuts[] = {
+        {chkFTP, &frmMain::chkFTP_Click},       {chkMail, &frmMain::chkMail_Click},
+        {chkTelnet, &frmMain::chkTelnet_Click}, {chkVNC, &frmMain::chkVNC_Click},
+        {chkWWW, &frmMain::chkWWW_Click},       {chkIRC, &frmMain::chkIRC_Click},
+        {chkPCAW, &frmMain::chkPCAW_Click},     {chkMX, &frmMain::chkMX_Click}};
+    // Every change of state counts, by mouse or keyboard; the program's own
+    // changes are made under bLoadingFreeInfo.
+    for (const auto &[box, handler] : shortcuts)
+        connect(box, &QCheckBox::toggled, this, handler);
+
+    const auto button = [](QSystemTrayIcon::ActivationReason reason) {
+        switch (reason) {
+        case QSystemTrayIcon::Context:
+            return 2;
+        case QSystemTrayIcon::MiddleClick:
+            return 4;
+        default:
+            return 1;
+        }
+    };
+    connect(cSysTrayOn, &QSystemTrayIcon::activated, this,
+            [this, button](QSystemTrayIcon::ActivationReason r) { cSysTrayOn_MouseUp(button(r)); });
+    connect(cSysTrayOff, &QSystemTrayIcon::activated, this,
+            [this, button](auto r) { cSysTrayOff_MouseUp(button(r)); });
+
+    connect(mnuPopupHide, &QAction::triggered, this, &frmMain::mnuPopupHide_Click);
+    connect(mnuPopupLogOff, &QAction::triggered, this, &frmMain::mnuPopupLogOff_Click);
+    connect(mnuPopupShow, &QAction::triggered, this, &frmMain::mnuPopupShow_Click);
+    connect(mnuPopupAbout, &QAction::triggered, this, &frmMain::mnuPopupAbout_Click);
+    connect(mnuPopupExit, &QAction::triggered, this, &frmMain::mnuPopupExit_Click);
+}
+
+void frmMain::SysTrayIcon(bool connected)
+{
+    Trap(QStringLiteral("frmMain.SysTrayIcon()"), [&] {
+        cSysTrayOn->hide();
+        cSysTrayOff->hide();
+        if (m_unloaded)
+            return;
+        (connected ? cSysTrayOn : cSysTrayOff)->show();
+    });
+}
+
+bool frmMain::BringDialogToFront()
+{
+    for (QWidget *window : Windows::Loaded()) {
+        const QString name = window->objectName();
+        const bool about = name.compare(QLatin1String("frmAbout"), Qt::CaseInsensitive) == 0;
+        const bool login = name.compare(QLatin1String("frmLogin"), Qt::CaseInsensitive) == 0 &&
+                           window->isVisible();
+        if (about || login) {
+            window->raise();
+            window->activateWindow();
+            return true;
+        }
+    }
+    return false;
+}
+
+void frmMain::TrayMouseUp(int button)
+{
+    // While the about box or the login window is up, the icon only brings it
+    // to the front.
+    if (BringDialogToFront())
+        return;
+    if (isVisible()) {
+        raise();
+        activateWindow();
+    }
+    QPointer<frmMain> self(this);
+    if (button == 2)
+        mnuPopup->exec(QCursor::pos());
+    // Log Off and Exit wait until the menu has closed: both unload windows,
+    // the menu's own among them.
+    if (!self)
+        return;
+    if (bLogOffPending) {
+        mnuPopupShow_Click();
+        mnuLogin_Click();
+        if (!self)
+            return;
+        bLogOffPending = false;
+    }
+    if (bExitPending) {
+        bExitPending = false;
+        mnuLogout_Click();
+    }
+}
+
+void frmMain::cSysTrayOn_MouseUp(int button)
+{
+    Trap(QStringLiteral("frmMain.cSysTrayOn_MouseUp()"), [&] { TrayMouseUp(button); });
+}
+
+void frmMain::cSysTrayOff_MouseUp(int button)
+{
+    Trap(QStringLiteral("frmMain.cSysTrayOff_MouseUp()"), [&] { TrayMouseUp(button); });
+}
+
+void frmMain::mnuPopupHide_Click()
+{
+    hide();
+}
+
+void frmMain::mnuPopupShow_Click()
+{
+    Trap(QStringLiteral("frmMain.cSysTrayOn_MouseUp()"), [&] {
+        if (BringDialogToFront())
+            return;
+        RegistryStore store;
+        store.SetKey(UserKey());
+        const QString saved = store.ReadValue(QStringLiteral("WindowState"));
+        setWindowState(windowStateFromNumber(TextRules::Val(saved)));
+        show();
+        raise();
+        activateWindow();
+    });
+}
+
+void frmMain::mnuPopupAbout_Click()
+{
+    frmAbout::ShowModal(this);
+}
+
+void frmMain::mnuPopupLogOff_Click()
+{
+    bLogOffPending = true;
+}
+
+void frmMain::mnuPopupExit_Click()
+{
+    bExitPending = true;
+}
+
+void frmMain::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        Form_Resize();
+}
