@@ -66,14 +66,15 @@ void frmMain::tmrAuto_Timer()
                 if (user.bVeltrioOnly) {
                     if (lblIPAddress->text() != user.sIPAddress) {
                         // The service replaces a record by removing the old
-                        // one and setting the new one.
+                        // one and setting the new one. Each command reports
+                        // its outcome as a command of the user's would.
                         QString host = user.sUsername;
                         basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete,
-                                           user.sRecordType, user.sIPAddress, false,
+                                           user.sRecordType, user.sIPAddress, true,
                                            chkAutoIP->isChecked());
                         host = user.sUsername;
                         basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordAdd,
-                                           user.sRecordType, lblIPAddress->text(), false,
+                                           user.sRecordType, lblIPAddress->text(), true,
                                            chkAutoIP->isChecked());
                         if (self) {
                             txtVeltrioIP->setText(ip);
@@ -110,7 +111,7 @@ void frmMain::UpdateDomainAutoIPs(const QString &ip)
             for (const auto &[args, command] : {std::pair{resend->remove, basDNS::RecordDelete},
                                                 std::pair{resend->add, basDNS::RecordAdd}}) {
                 QString host = args.host;
-                basDNS::DNSTickler(args.domain, host, command, args.recordType, args.address, false,
+                basDNS::DNSTickler(args.domain, host, command, args.recordType, args.address, true,
                                    true);
                 if (!self)
                     return;
@@ -195,6 +196,7 @@ void frmMain::chkMX_Click()
     const clsUser &user = User();
     QString host = user.sUsername;
     QPointer<frmMain> self(this);
+    // The box has messages of its own; the command's would say the same twice.
     const bool ok =
         basDNS::DNSTickler(user.sDomain, host, ticked ? basDNS::RecordAdd : basDNS::RecordDelete,
                            QStringLiteral("MX 1"), lblDomain->text(), false, false);
