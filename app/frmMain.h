@@ -231,6 +231,8 @@ private:
     // when there was one.
     bool BringDialogToFront();
     void TrayMouseUp(int button);
+    // The prefix boxes' common click: sends nothing while the program fills them.
+    void ShortcutBox_Click(QCheckBox *box, const QString &word);
     void CreateSizer();
     void Form_Resize();
     void PrepareGrid();

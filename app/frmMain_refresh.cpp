@@ -146,46 +146,45 @@ void frmMain::ShowUpTime()
 
 // --- Service shortcuts ----------------------------------------------------------------------
 
-void frmMain::chkFTP_Click()
+void frmMain::ShortcutBox_Click(QCheckBox *box, const QString &word)
 {
     if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkFTP, QStringLiteral("FTP"));
+        ToggleShortcutCName(box, word);
+}
+
+void frmMain::chkFTP_Click()
+{
+    ShortcutBox_Click(chkFTP, QStringLiteral("FTP"));
 }
 
 void frmMain::chkMail_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkMail, QStringLiteral("MAIL"));
+    ShortcutBox_Click(chkMail, QStringLiteral("MAIL"));
 }
 
 void frmMain::chkTelnet_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkTelnet, QStringLiteral("TELNET"));
+    ShortcutBox_Click(chkTelnet, QStringLiteral("TELNET"));
 }
 
 void frmMain::chkVNC_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkVNC, QStringLiteral("VNC"));
+    ShortcutBox_Click(chkVNC, QStringLiteral("VNC"));
 }
 
 void frmMain::chkWWW_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkWWW, QStringLiteral("WWW"));
+    ShortcutBox_Click(chkWWW, QStringLiteral("WWW"));
 }
 
 void frmMain::chkIRC_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkIRC, QStringLiteral("IRC"));
+    ShortcutBox_Click(chkIRC, QStringLiteral("IRC"));
 }
 
 void frmMain::chkPCAW_Click()
 {
-    if (!bLoadingFreeInfo)
-        ToggleShortcutCName(chkPCAW, QStringLiteral("PCAW"));
+    ShortcutBox_Click(chkPCAW, QStringLiteral("PCAW"));
 }
 
 void frmMain::chkMX_Click()
