@@ -212,157 +212,42 @@ private slots:
 
     void editor_validation_data()
     {
-        QTest::addColumn<QString>("domain");
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<QString>("message"); // empty: accepted
-        QTest::addColumn<QString>("nameAfter");
-        QTest::addColumn<QString>("addressAfter");
-        const QString ok;
-        QTest::newRow("no domain") << " "
-                                   << "A"
-                                   << "x"
-                                   << "1.2.3.4"
-                                   << ""
-                                   << "Domain must be filled in"
-                                   << "x"
-                                   << "1.2.3.4";
-        QTest::newRow("dotted name first") << "a.test"
-                                           << "A"
-                                           << "a.b"
-                                           << ""
-                                           << ""
-                                           << "Invalid Name.  No Dots allowed."
-                                           << "a.b"
-                                           << "";
-        QTest::newRow("no address") << "a.test"
-                                    << "A"
-                                    << "x"
-                                    << "  "
-                                    << ""
-                                    << "IP Address must be filled in"
-                                    << "x"
-                                    << "  ";
-        QTest::newRow("three pieces") << "a.test"
-                                      << "A"
-                                      << "x"
-                                      << "1.2.3"
-                                      << ""
-                                      << "Invalid IP address"
-                                      << "x"
-                                      << "1.2.3";
-        QTest::newRow("five pieces") << "a.test"
-                                     << "A"
-                                     << "root"
-                                     << "1.2.3.4.5"
-                                     << ""
-                                     << "Invalid IP address"
-                                     << "@"
-                                     << "1.2.3.4.5";
-        QTest::newRow("256") << "a.test"
-                             << "A"
-                             << "x"
-                             << "1.2.3.256"
-                             << ""
-                             << "Invalid IP address"
-                             << "x"
-                             << "1.2.3.256";
-        QTest::newRow("empty piece") << "a.test"
-                                     << "A"
-                                     << "x"
-                                     << "1.2..4"
-                                     << ""
-                                     << "Invalid IP address"
-                                     << "x"
-                                     << "1.2..4";
-        QTest::newRow("zeros") << "a.test"
-                               << "A"
-                               << "ROOT"
-                               << "0.0.0.0"
-                               << "" << ok << "@"
-                               << "0.0.0.0";
-        QTest::newRow("max") << "a.test"
-                             << "A"
-                             << "x"
-                             << "255.255.255.255"
-                             << "" << ok << "x"
-                             << "255.255.255.255";
-        QTest::newRow("CNAME unchecked") << "a.test"
-                                         << "CNAME"
-                                         << "www"
-                                         << "host.test"
-                                         << "" << ok << "www"
-                                         << "host.test";
-        QTest::newRow("relay scheme") << "a.test"
-                                      << "Port Relay"
-                                      << "r"
-                                      << "ftp://h"
-                                      << ""
-                                      << "Invalid Relay Address.  Must Begin with HTTP://"
-                                      << "r"
-                                      << "ftp://h";
-        QTest::newRow("relay slash") << "a.test"
-                                     << "Port Relay"
-                                     << "r"
-                                     << "http:///x"
-                                     << ""
-                                     << "Invalid Relay Address."
-                                     << "r"
-                                     << "http:///x";
-        QTest::newRow("relay short") << "a.test"
-                                     << "PORT RELAY"
-                                     << "Root"
-                                     << "http://a"
-                                     << ""
-                                     << "Invalid Relay Address."
-                                     << "Root"
-                                     << "http://a";
-        QTest::newRow("relay backslashes") << "a.test"
-                                           << "Port Relay"
-                                           << "r"
-                                           << "HTTP:\\\\host\\path"
-                                           << "" << ok << "r"
-                                           << "HTTP://host/path";
-        QTest::newRow("port text") << "a.test"
-                                   << "Port Relay"
-                                   << "r"
-                                   << "http://hh"
-                                   << "8o"
-                                   << "Port must be numeric."
-                                   << "r"
-                                   << "http://hh";
-        QTest::newRow("port 10000") << "a.test"
-                                    << "Port Relay"
-                                    << "r"
-                                    << "http://hh"
-                                    << "10000"
-                                    << "Invalid Port. Must be between 0 and 9999"
-                                    << "r"
-                                    << "http://hh";
-        QTest::newRow("port -1") << "a.test"
-                                 << "Port Relay"
-                                 << "r"
-                                 << "http://hh"
-                                 << "-1"
-                                 << "Invalid Port. Must be between 0 and 9999"
-                                 << "r"
-                                 << "http://hh";
-        QTest::newRow("colon") << "a.test"
-                               << "Port Relay"
-                               << "r"
-                               << "http://host:8080"
-                               << ""
-                               << "Invalid Relay Address. No colons allowed."
-                               << "r"
-                               << "http://host:8080";
-        QTest::newRow("port 9999") << "a.test"
-                                   << "Port Relay"
-                                   << "r"
-                                   << "http://host/p"
-                                   << "9999" << ok << "r"
-                                   << "http://host/p";
+        const char *columns[] = {"domain", "type",    "name",      "address",
+                                 "port",   "message", "nameAfter", "addressAfter"};
+        for (const char *column : columns)
+            QTest::addColumn<QString>(column);
+        // domain|type|name|address|port|message (empty: accepted)|name after|address after
+        const std::pair<const char *, const char *> rows[] = {
+            {"no domain", " |A|x|1.2.3.4||Domain must be filled in|x|1.2.3.4"},
+            {"dotted name first", "a.test|A|a.b|||Invalid Name.  No Dots allowed.|a.b|"},
+            {"no address", "a.test|A|x|  ||IP Address must be filled in|x|  "},
+            {"three pieces", "a.test|A|x|1.2.3||Invalid IP address|x|1.2.3"},
+            {"five pieces", "a.test|A|root|1.2.3.4.5||Invalid IP address|@|1.2.3.4.5"},
+            {"256", "a.test|A|x|1.2.3.256||Invalid IP address|x|1.2.3.256"},
+            {"empty piece", "a.test|A|x|1.2..4||Invalid IP address|x|1.2..4"},
+            {"zeros", "a.test|A|ROOT|0.0.0.0|||@|0.0.0.0"},
+            {"max", "a.test|A|x|255.255.255.255|||x|255.255.255.255"},
+            {"CNAME unchecked", "a.test|CNAME|www|host.test|||www|host.test"},
+            {"relay scheme", "a.test|Port Relay|r|ftp://h||Invalid Relay Address.  Must Begin with "
+                             "HTTP://|r|ftp://h"},
+            {"relay slash", "a.test|Port Relay|r|http:///x||Invalid Relay Address.|r|http:///x"},
+            {"relay short",
+             "a.test|PORT RELAY|Root|http://a||Invalid Relay Address.|Root|http://a"},
+            {"relay backslashes", "a.test|Port Relay|r|HTTP:\\\\host\\path|||r|HTTP://host/path"},
+            {"port text", "a.test|Port Relay|r|http://hh|8o|Port must be numeric.|r|http://hh"},
+            {"port 10000", "a.test|Port Relay|r|http://hh|10000|"
+                           "Invalid Port. Must be between 0 and 9999|r|http://hh"},
+            {"port -1", "a.test|Port Relay|r|http://hh|-1|"
+                        "Invalid Port. Must be between 0 and 9999|r|http://hh"},
+            {"colon", "a.test|Port Relay|r|http://host:8080||"
+                      "Invalid Relay Address. No colons allowed.|r|http://host:8080"},
+            {"port 9999", "a.test|Port Relay|r|http://host/p|9999||r|http://host/p"},
+        };
+        for (const auto &[tag, fields] : rows) {
+            QTestData &row = QTest::newRow(tag);
+            for (const QString &field : QString::fromUtf8(fields).split(u'|'))
+                row << field;
+        }
     }
     void editor_validation()
     {
