@@ -142,35 +142,24 @@ private slots:
             "Invalid Username or Password.\r\n\r\nIf you are a new user you must register using "
             "the First Time Here hyperlink on the login screen. Registration is free for basic "
             "Sub-Domain usage.");
-        QTest::newRow("no user name") << ""
-                                      << "demo"
-                                      << "service" << noUser << false;
-        QTest::newRow("blank user name") << "   "
-                                         << "demo"
-                                         << "service" << noUser << false;
-        QTest::newRow("no password") << "demo"
-                                     << ""
-                                     << "service" << noPassword << false;
-        QTest::newRow("blank password") << "demo"
-                                        << "  "
-                                        << "service" << noPassword << false;
-        QTest::newRow("wrong password") << "demo"
-                                        << "nope"
-                                        << "service" << invalid << true;
-        QTest::newRow("server not reached") << "demo"
-                                            << "demo"
-                                            << "unreachable" << kServerError << false;
-        QTest::newRow("Success is not SUCCESS")
-            << "ann"
-            << "pw"
-            << "DNS LOGIN:Success</p>FirstName:Ann</p>" << kServerError << false;
-        QTest::newRow("SUCCESS inside another word")
-            << "ann"
-            << "pw"
-            << "DNS LOGIN:NOT SUCCESS</p>SUCCESS</p>" << kServerError << false;
-        QTest::newRow("no login label") << "ann"
-                                        << "pw"
-                                        << "SUCCESS</p>" << kServerError << false;
+        // user|password|server
+        const std::tuple<const char *, const char *, QString, bool> rows[] = {
+            {"no user name", "|demo|service", noUser, false},
+            {"blank user name", "   |demo|service", noUser, false},
+            {"no password", "demo||service", noPassword, false},
+            {"blank password", "demo|  |service", noPassword, false},
+            {"wrong password", "demo|nope|service", invalid, true},
+            {"server not reached", "demo|demo|unreachable", kServerError, false},
+            {"Success is not SUCCESS", "ann|pw|DNS LOGIN:Success</p>FirstName:Ann</p>",
+             kServerError, false},
+            {"SUCCESS inside another word", "ann|pw|DNS LOGIN:NOT SUCCESS</p>SUCCESS</p>",
+             kServerError, false},
+            {"no login label", "ann|pw|SUCCESS</p>", kServerError, false},
+        };
+        for (const auto &[tag, texts, message, emptied] : rows) {
+            const QStringList f = fields(texts);
+            QTest::newRow(tag) << f[0] << f[1] << f[2] << message << emptied;
+        }
     }
     void refusedLogin()
     {
