@@ -1,15 +1,9 @@
 // The main window's automatic refresh, service shortcuts and tray against
 // veltrio-service, with the service's public address changed between ticks.
-#include "ServiceProcess.h"
+#include "MainWindowTest.h"
 #include "TestSeams.h"
-#include "frmMain.h"
 
-#include "RegistryStore.h"
 #include "RuntimeError.h"
-#include "ServiceConfig.h"
-#include "Windows.h"
-#include "basErr.h"
-#include "clsUser.h"
 #include "frmAbout.h"
 
 #include <QCheckBox>
@@ -44,37 +38,18 @@ QString dns(const char *command, const QString &host, const QString &domain, con
 
 } // namespace
 
-class TestFrmMainRefresh : public QObject
+class TestFrmMainRefresh : public MainWindowTest
 {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    std::unique_ptr<ServiceProcess> m_service;
-    QPointer<frmMain> m_window;
     bool m_keepStartRequests = false;
-
-    void write(const QString &user, const QList<std::pair<const char *, QVariant>> &values)
-    {
-        RegistryStore store;
-        store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\") + user);
-        for (const auto &[name, value] : values)
-            store.WriteValue(QLatin1String(name), value,
-                             value.typeId() == QMetaType::Int ? RegistryStore::Number
-                                                              : RegistryStore::Text);
-    }
 
     // Logs the account in through its saved login and clears what the
     // start-up sent, so that a test sees only its own requests.
     frmMain *start(const char *user, const QList<std::pair<const char *, QVariant>> &values = {})
     {
-        const QString name = QLatin1String(user);
-        write(QStringLiteral("Init"), {{"Port", QString::number(m_service->httpPort())},
-                                       {"bSaveLogin", 1},
-                                       {"Username", name},
-                                       {"Password", name}});
-        write(name, values);
-        m_window = new frmMain;
-        m_window->Form_Load();
+        writeValues(userKey(user), values);
+        startWithSavedLogin(user);
         setRate(*m_window, QStringLiteral("10")); // every tick checks
         if (!m_keepStartRequests)
             m_service->clearRequests();
@@ -88,44 +63,15 @@ class TestFrmMainRefresh : public QObject
         w.cboRefreshRate->setCurrentText(rate);
     }
 
-    // The queries received, blanks as the client meant them.
-    QStringList sent(const char *prefix = "FXN=DNSTickler")
-    {
-        QStringList queries;
-        for (QString query : m_service->requests()) {
-            if (query.startsWith(QLatin1String(prefix)))
-                queries << query.replace(QLatin1String("%20"), QLatin1String(" "));
-        }
-        return queries;
-    }
-
 private slots:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        basErr::SetLogFolder(m_dir.filePath(QStringLiteral("Logs")));
-    }
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init()
     {
         m_keepStartRequests = false;
-        Program::Reset();
-        ServiceConfig config = ServiceConfig::Defaults();
-        config.httpHost = QStringLiteral("127.0.0.1");
-        SetConfig(config);
-        QFile::remove(m_dir.filePath(QStringLiteral("settings.ini")));
-        RegistryStore::SetFile(m_dir.filePath(QStringLiteral("settings.ini")));
-        m_service = std::make_unique<ServiceProcess>();
-        QVERIFY2(m_service->start(ServiceProcess::HttpOnly, kOld),
-                 qPrintable(m_service->errorString()));
+        resetProgram();
+        QVERIFY2(startService(kOld), qPrintable(m_service->errorString()));
     }
-    void cleanup()
-    {
-        delete m_window;
-        for (QWidget *window : Windows::Loaded())
-            delete window;
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        m_service.reset();
-    }
+    void cleanup() { tearDown(); }
 
     void freeAccount_followsTheAddressWhenTicked_data()
     {

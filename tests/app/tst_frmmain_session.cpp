@@ -1,7 +1,7 @@
 // The main window with a real login against veltrio-service: start-up,
 // submission and deletion, saving, the close check and log-off, and one
 // session from adding a record to deleting it.
-#include "ServiceProcess.h"
+#include "MainWindowTest.h"
 #include "TestSeams.h"
 #include "frmMain.h"
 
@@ -40,25 +40,6 @@ QStringList texts(std::initializer_list<const char *> items)
     return list;
 }
 
-const QString kInit = QStringLiteral("SOFTWARE\\Veltrio\\Init");
-
-void writeValues(const QString &key, const QList<std::pair<const char *, QVariant>> &values)
-{
-    RegistryStore store;
-    store.SetKey(key);
-    for (const auto &[name, value] : values)
-        store.WriteValue(QLatin1String(name), value,
-                         value.typeId() == QMetaType::Int ? RegistryStore::Number
-                                                          : RegistryStore::Text);
-}
-
-QString readValue(const QString &key, const char *name)
-{
-    RegistryStore store;
-    store.SetKey(key);
-    return store.ReadValue(QLatin1String(name));
-}
-
 // Acts on the login window once the main window has put it up modally.
 void whenLoginShown(std::function<void(frmLogin *)> act)
 {
@@ -76,47 +57,9 @@ void whenLoginShown(std::function<void(frmLogin *)> act)
 
 } // namespace
 
-class TestFrmMainSession : public QObject
+class TestFrmMainSession : public MainWindowTest
 {
     Q_OBJECT
-
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ServiceProcess> m_service;
-    QPointer<frmMain> m_window;
-
-    // A fresh service with the demo accounts and fresh settings that point
-    // the client at it.
-    bool startService(const QString &publicIp = QStringLiteral("203.0.113.7"))
-    {
-        m_dir = std::make_unique<QTemporaryDir>();
-        m_service = std::make_unique<ServiceProcess>();
-        if (!m_service->start(ServiceProcess::HttpOnly, publicIp))
-            return false;
-        RegistryStore::SetFile(m_dir->filePath(QStringLiteral("settings.ini")));
-        basErr::SetLogFolder(m_dir->filePath(QStringLiteral("Logs")));
-        writeValues(kInit, {{"Port", QString::number(m_service->httpPort())}});
-        return true;
-    }
-
-    frmMain *startWithSavedLogin(const char *user)
-    {
-        writeValues(kInit, {{"bSaveLogin", 1},
-                            {"Username", QLatin1String(user)},
-                            {"Password", QLatin1String(user)}});
-        m_window = new frmMain;
-        m_window->Form_Load();
-        return m_window;
-    }
-
-    QStringList ticklers() const
-    {
-        QStringList sent;
-        for (const QString &query : m_service->requests()) {
-            if (query.contains(QLatin1String("FXN=DNSTickler")))
-                sent << query;
-        }
-        return sent;
-    }
 
     QStringList stateNames(const char *user) const
     {
@@ -147,21 +90,8 @@ class TestFrmMainSession : public QObject
 
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void init()
-    {
-        Program::Reset();
-        ServiceConfig config = ServiceConfig::Defaults();
-        config.httpHost = QStringLiteral("127.0.0.1");
-        SetConfig(config);
-    }
-    void cleanup()
-    {
-        delete m_window;
-        for (QWidget *window : Windows::Loaded())
-            delete window;
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        m_service.reset();
-    }
+    void init() { resetProgram(); }
+    void cleanup() { tearDown(); }
 
     void firstRun_centresAndAsksForLogin()
     {
@@ -197,14 +127,14 @@ private slots:
     {
         TestSeams seams;
         QVERIFY(startService());
-        writeValues(QStringLiteral("SOFTWARE\\Veltrio\\acme"), {{"MainLeft", 600},
-                                                                {"MainTop", 450},
-                                                                {"MainWidth", 10500},
-                                                                {"MainHeight", 8100},
-                                                                {"Col2", 1500},
-                                                                {"SortCol", 2},
-                                                                {"SortOrder", 1},
-                                                                {"Sorted", 1}});
+        writeValues(userKey("acme"), {{"MainLeft", 600},
+                                      {"MainTop", 450},
+                                      {"MainWidth", 10500},
+                                      {"MainHeight", 8100},
+                                      {"Col2", 1500},
+                                      {"SortCol", 2},
+                                      {"SortOrder", 1},
+                                      {"Sorted", 1}});
         bool loginShown = false;
         whenLoginShown([&](frmLogin *) { loginShown = true; });
         frmMain *w = startWithSavedLogin("acme");
@@ -246,8 +176,8 @@ private slots:
     {
         QTest::addColumn<QString>("type");
         QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("change");   // what the user does in the editor
-        QTest::addColumn<QStringList>("sent"); // per request: command and address
+        QTest::addColumn<QString>("change");       // what the user does in the editor
+        QTest::addColumn<QStringList>("expected"); // per request: command and address
         QTest::newRow("unchanged") << "A"
                                    << "mail"
                                    << "" << QStringList();
@@ -273,7 +203,7 @@ private slots:
         QFETCH(QString, type);
         QFETCH(QString, name);
         QFETCH(QString, change);
-        QFETCH(QStringList, sent);
+        QFETCH(QStringList, expected);
         TestSeams seams;
         QVERIFY(startService());
         frmMain *w = startWithSavedLogin("acme");
@@ -292,12 +222,12 @@ private slots:
         m_service->clearRequests();
         w->cmdServerIP_Click();
         QStringList got;
-        for (const QString &query : ticklers()) {
+        for (const QString &query : sent()) {
             const QUrlQuery q(query.mid(query.indexOf(u'?') + 1));
             got << q.queryItemValue(QStringLiteral("DNSCommand")) + u' ' +
                        q.queryItemValue(QStringLiteral("IPAddress"));
         }
-        QCOMPARE(got, sent);
+        QCOMPARE(got, expected);
         QVERIFY(!w->frameGrid->isHidden());
         if (change == QLatin1String("autoip")) {
             QCOMPARE(Program::sAutoIPList, QStringLiteral("ACME.TEST;;A;;MAIL;;203.0.113.7~~"));
@@ -322,7 +252,7 @@ private slots:
                                 "Domain: acme.test\r\nType: A\r\nName: mail\r\n"
                                 "Server Address: 203.0.113.7\r\nAutoIP: No\r\n"));
         QCOMPARE(seams.messages[0].buttons, Seams::Buttons::YesNo);
-        QVERIFY(ticklers().isEmpty());
+        QVERIFY(sent().isEmpty());
         QCOMPARE(w->lvDomainUser->model()->rowCount(), 6);
     }
 
@@ -346,7 +276,7 @@ private slots:
         TestSeams seams;
         QVERIFY(startService());
         frmMain *w = startWithSavedLogin("acme");
-        const QString key = QStringLiteral("SOFTWARE\\Veltrio\\acme");
+        const QString key = userKey("acme");
         writeValues(key, {{"MainWidth", 1234}, {"WindowState", 7}});
         writeValues(kInit, {{"bSaveLogin", 0}});
         User().sUsername = user;
@@ -387,14 +317,13 @@ private slots:
         QCOMPARE(bool(m_window), !question.isEmpty());
         if (question.isEmpty()) {
             QVERIFY(seams.messages.isEmpty());
-            QCOMPARE(readValue(QStringLiteral("SOFTWARE\\Veltrio\\") + user, "Sorted"),
-                     QStringLiteral("0"));
+            QCOMPARE(readValue(userKey(qPrintable(user)), "Sorted"), QStringLiteral("0"));
             return;
         }
         QCOMPARE(seams.messages.size(), 1);
         QVERIFY(seams.messages[0].text.startsWith(question));
         QCOMPARE(seams.messages[0].buttons, Seams::Buttons::YesNo);
-        QVERIFY(readValue(QStringLiteral("SOFTWARE\\Veltrio\\") + user, "Sorted").isEmpty());
+        QVERIFY(readValue(userKey(qPrintable(user)), "Sorted").isEmpty());
         // Yes closes; a free account's record leaves the service.
         QVERIFY(w->close());
         if (user == QLatin1String("demo"))
