@@ -23,6 +23,18 @@ const QByteArray accounts = R"({"accounts": [
 
 const QString bobRecord = QStringLiteral("bob.example;;A;;@;;192.0.2.5");
 
+bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 QString valueOf(const QString &reply, const QString &label)
 {
     const qsizetype at = reply.indexOf(label);
@@ -64,10 +76,7 @@ private slots:
     void init()
     {
         QFile::remove(stateFile());
-        QFile file(accountsFile());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(accounts);
-        file.close();
+        QVERIFY(writeFile(accountsFile(), accounts));
         today = QDate(2026, 6, 29);
         load();
     }
@@ -106,98 +115,68 @@ private slots:
         QCOMPARE(ask(query), reply);
     }
 
-    void login_expiredAccount_stillSucceeds()
-    {
-        today = QDate(2026, 6, 30);
-        QVERIFY(ask(QStringLiteral("fxn=login&usr=cat&pwd=pw"))
-                    .startsWith(QLatin1String("DNS LOGIN:SUCCESS</p>")));
-    }
-
     void tickler_data()
     {
         QTest::addColumn<QString>("user");
         QTest::addColumn<QString>("query"); // after "&Usr=<user>&Pwd=..."
         QTest::addColumn<QString>("error"); // empty: success expected
         QTest::addColumn<QString>("records");
-        const QString bobA = QStringLiteral("Cname=www&DNSCommand=RECORDADD&RecordType=A&IPAddress="
-                                            "198.51.100.1&Domain=");
-        const QString bobWww = bobRecord + QStringLiteral("~~bob.example;;A;;www;;198.51.100.1");
-        const QString annHost = QStringLiteral("dyn.example;;A;;ann;;192.0.2.1");
-        const auto fail = [](const char *reason) { return QString::fromLatin1(reason); };
+        const auto row = [](const char *tag, const char *user, const QString &query,
+                            const char *error, const QString &records) {
+            QTest::newRow(tag) << QString::fromLatin1(user) << query << QString::fromLatin1(error)
+                               << records;
+        };
+        const auto q = [](const char *query) { return QString::fromLatin1(query); };
+        const QString bobA = q("Cname=www&DNSCommand=RECORDADD&RecordType=A&IPAddress="
+                               "198.51.100.1&Domain=");
+        const QString annHost = q("dyn.example;;A;;ann;;192.0.2.1");
 
-        QTest::newRow("add, domain in other case")
-            << "bob" << bobA + QStringLiteral("BOB.example") << "" << bobWww;
-        QTest::newRow("empty name is the apex")
-            << "bob"
-            << "Cname=&Domain=shop.example&DNSCommand=RECORDADD&RecordType=a&IPAddress=192.0.2.9"
-            << "" << bobRecord + QStringLiteral("~~shop.example;;A;;@;;192.0.2.9");
-        QTest::newRow("delete ignores case")
-            << "bob"
-            << "Cname=@&Domain=BOB.EXAMPLE&DNSCommand=recorddelete&RecordType=a&IPAddress=192.0.2.5"
-            << ""
-            << "";
-        QTest::newRow("delete of a missing record succeeds")
-            << "bob"
-            << "Cname=x&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=192.0.2.5"
-            << "" << bobRecord;
-        QTest::newRow("port relay at level 5")
-            << "bob"
-            << "Cname=shop&Domain=shop.example&DNSCommand=RECORDADD&RecordType=Port%20Relay"
-               "&IPAddress=Http://192.0.2.7:8080/x"
-            << ""
-            << bobRecord +
-                   QStringLiteral("~~shop.example;;PORT RELAY;;shop;;Http://192.0.2.7:8080/x");
-        QTest::newRow("MX with preference")
-            << "bob"
-            << "Cname=@&Domain=bob.example&DNSCommand=RECORDADD&RecordType=MX%201"
-               "&IPAddress=mail.bob.example"
-            << "" << bobRecord + QStringLiteral("~~bob.example;;MX 1;;@;;mail.bob.example");
-        QTest::newRow("free host record, empty domain")
-            << "ann"
-            << "Cname=ann&Domain=&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.2"
-            << "" << annHost + QStringLiteral("~~dyn.example;;A;;ann;;192.0.2.2");
-        QTest::newRow("advanced, domain is the user's host")
-            << "ann"
-            << "FXN=DNSTicklerAdvanced&Cname=www.ann&Domain=ann.dyn.example"
-               "&DNSCommand=RECORDADD&RecordType=CNAME&IPAddress=ann.dyn.example"
-            << "" << annHost + QStringLiteral("~~dyn.example;;CNAME;;www.ann;;ann.dyn.example");
+        row("add, domain in other case", "bob", bobA + q("BOB.example"), "",
+            bobRecord + q("~~bob.example;;A;;www;;198.51.100.1"));
+        row("empty name is the apex", "bob",
+            q("Cname=&Domain=shop.example&DNSCommand=RECORDADD&RecordType=a&IPAddress=192.0.2.9"),
+            "", bobRecord + q("~~shop.example;;A;;@;;192.0.2.9"));
+        row("delete ignores case", "bob",
+            q("Cname=@&Domain=BOB.EXAMPLE&DNSCommand=recorddelete&RecordType=a&IPAddress=192.0.2."
+              "5"),
+            "", QString());
+        row("delete of a missing record succeeds", "bob",
+            q("Cname=x&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=192.0.2."
+              "5"),
+            "", bobRecord);
+        row("port relay at level 5", "bob",
+            q("Cname=shop&Domain=shop.example&DNSCommand=RECORDADD&RecordType=Port%20Relay"
+              "&IPAddress=Http://192.0.2.7:8080/x"),
+            "", bobRecord + q("~~shop.example;;PORT RELAY;;shop;;Http://192.0.2.7:8080/x"));
+        row("free host record, empty domain", "ann",
+            q("Cname=ann&Domain=&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.2"), "",
+            annHost + q("~~dyn.example;;A;;ann;;192.0.2.2"));
+        row("advanced, domain is the user's host", "ann",
+            q("FXN=DNSTicklerAdvanced&Cname=www.ann&Domain=ann.dyn.example"
+              "&DNSCommand=RECORDADD&RecordType=CNAME&IPAddress=ann.dyn.example"),
+            "", annHost + q("~~dyn.example;;CNAME;;www.ann;;ann.dyn.example"));
 
-        QTest::newRow("wrong password") << "bob" << bobA + QStringLiteral("bob.example&Pwd=other")
-                                        << fail("Invalid user name or password") << bobRecord;
-        QTest::newRow("unknown domain not echoed")
-            << "bob" << bobA + QStringLiteral("SUCCESS.example") << fail("Unknown domain")
-            << bobRecord;
-        QTest::newRow("missing parameter")
-            << "bob"
-            << "Cname=www&Domain=bob.example&DNSCommand=RECORDADD&IPAddress=192.0.2.1"
-            << fail("Missing parameter RecordType") << bobRecord;
-        QTest::newRow("type not in the list")
-            << "bob"
-            << "Cname=t&Domain=bob.example&DNSCommand=RECORDADD&RecordType=TXT&IPAddress=x"
-            << fail("Record type not allowed for this account") << bobRecord;
-        QTest::newRow("port relay below level 5")
-            << "ann"
-            << "Cname=ann&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=PORT%20RELAY"
-               "&IPAddress=Http://192.0.2.7"
-            << fail("Record type not allowed for this account") << annHost;
-        QTest::newRow("unknown command")
-            << "bob"
-            << "Cname=@&Domain=bob.example&DNSCommand=RECORDSET&RecordType=A&IPAddress=192.0.2.1"
-            << fail("Unknown command") << bobRecord;
-        QTest::newRow("another user's free name")
-            << "ann"
-            << "Cname=zed&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.3"
-            << fail("Name not allowed in the free sub-domain") << annHost;
-        QTest::newRow("separator in the address")
-            << "bob"
-            << QStringLiteral("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
-                              "IPAddress=192.0.2.1;;x")
-            << fail("The name or address holds a character that is not allowed") << bobRecord;
-        QTest::newRow("advanced without a sub-domain")
-            << "bob"
-            << "FXN=DNSTicklerAdvanced&Cname=www.bob&Domain=&DNSCommand=RECORDADD"
-               "&RecordType=CNAME&IPAddress=x"
-            << fail("The account has no free sub-domain") << bobRecord;
+        row("wrong password", "bob", bobA + q("bob.example&Pwd=other"),
+            "Invalid user name or password", bobRecord);
+        row("unknown domain not echoed", "bob", bobA + q("SUCCESS.example"), "Unknown domain",
+            bobRecord);
+        row("missing parameter", "bob",
+            q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&IPAddress=192.0.2.1"),
+            "Missing parameter RecordType", bobRecord);
+        row("type not in the list", "bob",
+            q("Cname=t&Domain=bob.example&DNSCommand=RECORDADD&RecordType=TXT&IPAddress=x"),
+            "Record type not allowed for this account", bobRecord);
+        row("port relay below level 5", "ann",
+            q("Cname=ann&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=PORT%20RELAY"
+              "&IPAddress=Http://192.0.2.7"),
+            "Record type not allowed for this account", annHost);
+        row("another user's free name", "ann",
+            q("Cname=zed&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.3"),
+            "Name not allowed in the free sub-domain", annHost);
+        row("separator in the address", "bob",
+            q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
+              "IPAddress=192.0.2.1;;x"),
+            "The name or address holds a character that is not allowed", bobRecord);
     }
     void tickler()
     {
@@ -222,7 +201,9 @@ private slots:
         QCOMPARE(recordsOf(user), records);
     }
 
-    void tickler_expiresOnItsLastDay()
+    // An expired account still logs in (the client tells the user); it may
+    // no longer change records from the day after its last.
+    void expiredAccount_logsInButCannotChange()
     {
         const QString add =
             QStringLiteral("FXN=DNSTickler&Usr=cat&Pwd=pw&Cname=@&Domain=cat.example"
@@ -230,6 +211,8 @@ private slots:
         QVERIFY(ask(add).startsWith(QLatin1String("SUCCESS")));
         today = QDate(2026, 6, 30);
         QCOMPARE(ask(add), QStringLiteral("FAIL</p>Error:Account expired</p>"));
+        QVERIFY(ask(QStringLiteral("fxn=login&usr=cat&pwd=pw"))
+                    .startsWith(QLatin1String("DNS LOGIN:SUCCESS</p>")));
     }
 
     void addTwice_keepsOneRecord()
@@ -250,31 +233,21 @@ private slots:
         QTest::addColumn<QString>("peer");
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("reply");
-        const QString records =
-            QStringLiteral("</p>DomainUserRecords:") + bobRecord + QStringLiteral("</p>");
-        QTest::newRow("IPv4-mapped peer")
-            << ""
-            << "::ffff:203.0.113.9"
-            << "FXN=GetIPAddress&Usr=bob"
-            << QStringLiteral("SUCCESS</p>IPAddress:203.0.113.9") + records;
-        QTest::newRow("IPv6 loopback")
-            << ""
-            << "::1"
-            << "fxn=getipaddress&usr=BOB"
-            << QStringLiteral("SUCCESS</p>IPAddress:127.0.0.1") + records;
-        QTest::newRow("fixed public address")
-            << "203.0.113.50"
-            << "127.0.0.1"
-            << "FXN=GetIPAddress&Usr=bob"
-            << QStringLiteral("SUCCESS</p>IPAddress:203.0.113.50") + records;
-        QTest::newRow("unknown user") << ""
-                                      << "127.0.0.1"
-                                      << "FXN=GetIPAddress&Usr=zed"
-                                      << "FAIL</p>Error:Unknown user</p>";
-        QTest::newRow("no user") << ""
-                                 << "127.0.0.1"
-                                 << "FXN=GetIPAddress"
-                                 << "FAIL</p>Error:Unknown user</p>";
+        const auto row = [](const char *tag, const char *fixed, const char *peer, const char *query,
+                            const QString &reply) {
+            QTest::newRow(tag) << QString::fromLatin1(fixed) << QString::fromLatin1(peer)
+                               << QString::fromLatin1(query) << reply;
+        };
+        const auto success = [](const char *address) {
+            return QStringLiteral("SUCCESS</p>IPAddress:") + QLatin1String(address) +
+                   QStringLiteral("</p>DomainUserRecords:") + bobRecord + QStringLiteral("</p>");
+        };
+        const char *bob = "FXN=GetIPAddress&Usr=bob";
+        row("IPv4-mapped peer", "", "::ffff:203.0.113.9", bob, success("203.0.113.9"));
+        row("IPv6 loopback", "", "::1", "fxn=getipaddress&usr=BOB", success("127.0.0.1"));
+        row("fixed public address", "203.0.113.50", "127.0.0.1", bob, success("203.0.113.50"));
+        row("unknown user", "", "127.0.0.1", "FXN=GetIPAddress&Usr=zed",
+            QStringLiteral("FAIL</p>Error:Unknown user</p>"));
     }
     void getIPAddress()
     {
@@ -292,7 +265,6 @@ private slots:
         QTest::addColumn<QString>("reply");
         const QString unknown = QStringLiteral("FAIL</p>Error:Unknown function</p>");
         QTest::newRow("empty") << "" << unknown;
-        QTest::newRow("separators only") << "&&=&=&" << unknown;
         QTest::newRow("broken escapes") << "%zz=%&fxn=%" << unknown;
         QTest::newRow("other function") << "FXN=DropAll&Usr=bob&Pwd=pw" << unknown;
         QTest::newRow("key without value") << "FXN=DNSTickler&Usr"
@@ -307,27 +279,20 @@ private slots:
 
     void records_surviveRestart_andForeignUsersAreKept()
     {
-        ask(QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob.example"
-                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=198.51.100.1"));
+        const QString www = QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob"
+                                           ".example&DNSCommand=%1&RecordType=A&IPAddress=1.2.3.4");
+        ask(www.arg(QLatin1String("RECORDADD")));
         // A user the accounts file no longer lists keeps its entry.
-        QFile state(stateFile());
-        QVERIFY(state.open(QIODevice::ReadOnly));
-        QByteArray json = state.readAll();
-        state.close();
-        json.replace("\"records\": {", "\"records\": {\"gone\": [],");
-        QVERIFY(state.open(QIODevice::WriteOnly));
-        state.write(json);
-        state.close();
-
+        QByteArray json = readFile(stateFile());
+        QVERIFY(
+            writeFile(stateFile(), json.replace("\"records\": {", "\"records\": {\"gone\": [],")));
         load();
         QCOMPARE(recordsOf(QStringLiteral("bob")),
-                 bobRecord + QStringLiteral("~~bob.example;;A;;www;;198.51.100.1"));
-        ask(QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob.example"
-                           "&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=198.51.100.1"));
+                 bobRecord + QStringLiteral("~~bob.example;;A;;www;;1.2.3.4"));
+        ask(www.arg(QLatin1String("RECORDDELETE")));
         load();
         QCOMPARE(recordsOf(QStringLiteral("bob")), bobRecord);
-        QVERIFY(state.open(QIODevice::ReadOnly));
-        QVERIFY(state.readAll().contains("\"gone\""));
+        QVERIFY(readFile(stateFile()).contains("\"gone\""));
     }
 
     void load_badFiles_data()
@@ -337,13 +302,6 @@ private slots:
         QTest::addColumn<QString>("error");
         QTest::newRow("accounts not JSON")
             << QByteArray("{") << QByteArray() << "not a JSON object";
-        QTest::newRow("user twice") << QByteArray(R"({"accounts": [{"user": "a", "password": ""},
-            {"user": "A", "password": ""}]})")
-                                    << QByteArray() << "listed twice";
-        QTest::newRow("bad expiration date")
-            << QByteArray(
-                   R"({"accounts": [{"user": "a", "password": "", "expirationDate": "2030-12-31"}]})")
-            << QByteArray() << "not a date";
         QTest::newRow("broken state is left alone")
             << accounts << QByteArray("{\"records\": [") << "move the file away";
         QTest::newRow("record without address")
@@ -356,25 +314,16 @@ private slots:
         QFETCH(QByteArray, accountsJson);
         QFETCH(QByteArray, stateJson);
         QFETCH(QString, error);
-        QFile file(accountsFile());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(accountsJson);
-        file.close();
-        if (!stateJson.isEmpty()) {
-            QFile state(stateFile());
-            QVERIFY(state.open(QIODevice::WriteOnly));
-            state.write(stateJson);
-        }
+        QVERIFY(writeFile(accountsFile(), accountsJson));
+        if (!stateJson.isEmpty())
+            QVERIFY(writeFile(stateFile(), stateJson));
         AccountBook failing;
         QString message;
         QVERIFY(!failing.load(accountsFile(), stateFile(), &message));
         QVERIFY2(message.contains(error), qPrintable(message));
         QVERIFY(failing.accounts().isEmpty());
-        if (!stateJson.isEmpty()) {
-            QFile state(stateFile());
-            QVERIFY(state.open(QIODevice::ReadOnly));
-            QCOMPARE(state.readAll(), stateJson);
-        }
+        if (!stateJson.isEmpty())
+            QCOMPARE(readFile(stateFile()), stateJson);
     }
 };
 
