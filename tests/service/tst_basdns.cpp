@@ -21,24 +21,18 @@ private slots:
     {
         QTest::addColumn<QString>("reply");
         QTest::addColumn<QString>("value");
-        QTest::newRow("plain") << "SUCCESS</p>IPAddress:203.0.113.7</p>"
-                               << "203.0.113.7";
-        QTest::newRow("blanks before the end tag") << "IPAddress:  1.2.3.4   </p>"
-                                                   << "1.2.3.4";
-        QTest::newRow("only blanks trimmed") << "IPAddress:\t1\t</p>"
-                                             << "\t1\t";
-        QTest::newRow("label absent") << "SUCCESS</p>Error:x"
-                                      << "";
-        QTest::newRow("label case-sensitive") << "ipaddress:1.2.3.4</p>"
-                                              << "";
-        QTest::newRow("first occurrence wins") << "Error:IPAddress:a</p>IPAddress:b</p>"
-                                               << "a";
-        QTest::newRow("first end tag ends it") << "IPAddress:1</P>2</p>3</p>"
-                                               << "1</P>2";
-        QTest::newRow("no end tag") << "SUCCESS</p>IPAddress:1.2.3.4"
-                                    << "!";
-        QTest::newRow("end tag only before the label") << "x</p>IPAddress:1.2.3.4"
-                                                       << "!";
+        const auto row = [](const char *tag, const char *reply, const char *value) {
+            QTest::newRow(tag) << QString::fromLatin1(reply) << QString::fromLatin1(value);
+        };
+        row("plain", "SUCCESS</p>IPAddress:203.0.113.7</p>", "203.0.113.7");
+        row("blanks before the end tag", "IPAddress:  1.2.3.4   </p>", "1.2.3.4");
+        row("only blanks trimmed", "IPAddress:\t1\t</p>", "\t1\t");
+        row("label absent", "SUCCESS</p>Error:x", "");
+        row("label case-sensitive", "ipaddress:1.2.3.4</p>", "");
+        row("first occurrence wins", "Error:IPAddress:a</p>IPAddress:b</p>", "a");
+        row("first end tag ends it", "IPAddress:1</P>2</p>3</p>", "1</P>2");
+        row("no end tag", "SUCCESS</p>IPAddress:1.2.3.4", "!");
+        row("end tag only before the label", "x</p>IPAddress:1.2.3.4", "!");
     }
     void getReplyValue()
     {
@@ -92,22 +86,18 @@ private slots:
         QTest::addColumn<QString>("port");
         QTest::addColumn<QString>("result");
         QTest::addColumn<QString>("targetAfter");
-        QTest::newRow("port before the path") << "example.test/page"
-                                              << "8080"
-                                              << "Http://example.test:8080/page"
-                                              << "Http://example.test/page";
-        QTest::newRow("port not numeric") << "example.test/page"
-                                          << "abc"
-                                          << "Http://example.test/page"
-                                          << "Http://example.test/page";
-        QTest::newRow("no path") << "example.test"
-                                 << "81"
-                                 << "Http://example.test:81"
-                                 << "Http://example.test";
-        QTest::newRow("scheme in any case, first slash") << "hTTp://a.test/b/c"
-                                                         << "8"
-                                                         << "hTTp://a.test:8/b/c"
-                                                         << "hTTp://a.test/b/c";
+        const auto row = [](const char *tag, const char *target, const char *port,
+                            const char *result, const char *after) {
+            QTest::newRow(tag) << QString::fromLatin1(target) << QString::fromLatin1(port)
+                               << QString::fromLatin1(result) << QString::fromLatin1(after);
+        };
+        row("port before the path", "example.test/page", "8080", "Http://example.test:8080/page",
+            "Http://example.test/page");
+        row("port not numeric", "example.test/page", "abc", "Http://example.test/page",
+            "Http://example.test/page");
+        row("no path", "example.test", "81", "Http://example.test:81", "Http://example.test");
+        row("scheme in any case, first slash", "hTTp://a.test/b/c", "8", "hTTp://a.test:8/b/c",
+            "hTTp://a.test/b/c");
     }
     void buildRelayURL()
     {
@@ -123,27 +113,17 @@ private slots:
         QTest::addColumn<QString>("host");
         QTest::addColumn<QString>("port");
         QTest::addColumn<QString>("path");
+        const auto row = [](const char *tag, const char *target, const char *host, const char *port,
+                            const char *path) {
+            QTest::newRow(tag) << QString::fromLatin1(target) << QString::fromLatin1(host)
+                               << QString::fromLatin1(port) << QString::fromLatin1(path);
+        };
         // The outputs start as "old", "99" and "/old".
-        QTest::newRow("host, port and path") << "http://host:81/x"
-                                             << "host"
-                                             << "81"
-                                             << "/x";
-        QTest::newRow("port not numeric, path kept") << "host:abc"
-                                                     << "host"
-                                                     << ""
-                                                     << "/old";
-        QTest::newRow("no port keeps the old one") << "HtTp://host/a/b"
-                                                   << "host"
-                                                   << "99"
-                                                   << "/a/b";
-        QTest::newRow("host only") << "host"
-                                   << "host"
-                                   << "99"
-                                   << "/old";
-        QTest::newRow("first colon wins") << "a/b:81/c:d"
-                                          << "a/b"
-                                          << "81"
-                                          << "/c:d";
+        row("host, port and path", "http://host:81/x", "host", "81", "/x");
+        row("port not numeric, path kept", "host:abc", "host", "", "/old");
+        row("no port keeps the old one", "HtTp://host/a/b", "host", "99", "/a/b");
+        row("host only", "host", "host", "99", "/old");
+        row("first colon wins", "a/b:81/c:d", "a/b", "81", "/c:d");
     }
     void splitRelayURL()
     {
@@ -176,8 +156,7 @@ private slots:
             << lower + other + entry << "RECORDDELETE" << false << "FOO.ORG;;A;;@;;1.1.1.1~~";
         QTest::newRow("delete of an absent entry changes nothing")
             << other << "RECORDDELETE" << true << other;
-        QTest::newRow("other command changes nothing") << ""
-                                                       << "RECORDCHANGE" << true << "";
+        QTest::newRow("other command changes nothing") << QString() << "RECORDCHANGE" << true << "";
     }
     void updateAutoIpEntry()
     {
