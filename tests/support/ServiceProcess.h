@@ -15,7 +15,7 @@
 #include <optional>
 
 // Runs veltrio-service for one test: on 127.0.0.1 with free ports, on a
-// temporary copy of the demo accounts (or accounts the test gives), with its
+// temporary copy of the demo accounts, with its
 // own state file and, when asked, HTTPS with a throw-away CA made by openssl.
 //
 //     ServiceProcess service;
@@ -33,10 +33,6 @@ public:
     ServiceProcess(const ServiceProcess &) = delete;
     ServiceProcess &operator=(const ServiceProcess &) = delete;
 
-    // The accounts to serve instead of the bundled demo/accounts.json; call
-    // before the first start.
-    void setAccountsJson(const QByteArray &json) { m_accountsJson = json; }
-
     // Starts the service and waits until it listens; publicIp, when given, is
     // reported to every caller. On failure returns false, says why in a
     // warning and in errorString().
@@ -52,7 +48,7 @@ public:
                               .arg(binary));
         if (!m_dir.isValid())
             return failed(QStringLiteral("no temporary folder: ") + m_dir.errorString());
-        if (!QFile::exists(accountsFile()) && !writeAccounts(m_accountsJson))
+        if (!QFile::exists(accountsFile()) && !copyDemoAccounts())
             return false;
         if (tls && !QFile::exists(caFile()) && !makeCertificates())
             return false;
@@ -164,19 +160,12 @@ private:
         return false;
     }
 
-    bool writeAccounts(const QByteArray &json)
+    bool copyDemoAccounts()
     {
-        if (json.isEmpty()) {
-            const QString demo =
-                qEnvironmentVariable("VELTRIO_SOURCE_DIR") + QStringLiteral("/demo/accounts.json");
-            if (!QFile::copy(demo, accountsFile()))
-                return failed(
-                    QStringLiteral("cannot copy %1 (is VELTRIO_SOURCE_DIR set?)").arg(demo));
-            return true;
-        }
-        QFile file(accountsFile());
-        if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size())
-            return failed(QStringLiteral("cannot write ") + accountsFile());
+        const QString demo =
+            qEnvironmentVariable("VELTRIO_SOURCE_DIR") + QStringLiteral("/demo/accounts.json");
+        if (!QFile::copy(demo, accountsFile()))
+            return failed(QStringLiteral("cannot copy %1 (is VELTRIO_SOURCE_DIR set?)").arg(demo));
         return true;
     }
 
@@ -186,32 +175,26 @@ private:
         if (!ext.open(QIODevice::WriteOnly) || ext.write("subjectAltName=IP:127.0.0.1\n") < 0)
             return failed(QStringLiteral("cannot write ") + ext.fileName());
         ext.close();
-        const QString ec = QStringLiteral("ec");
-        const QString curve = QStringLiteral("ec_paramgen_curve:prime256v1");
-        const QList<QStringList> steps = {
-            {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"), ec,
-             QStringLiteral("-pkeyopt"), curve, QStringLiteral("-nodes"), QStringLiteral("-days"),
-             QStringLiteral("2"), QStringLiteral("-subj"), QStringLiteral("/CN=Veltrio Test CA"),
-             QStringLiteral("-keyout"), QStringLiteral("ca.key"), QStringLiteral("-out"),
-             QStringLiteral("ca.pem")},
-            {QStringLiteral("req"), QStringLiteral("-newkey"), ec, QStringLiteral("-pkeyopt"),
-             curve, QStringLiteral("-nodes"), QStringLiteral("-subj"),
-             QStringLiteral("/CN=127.0.0.1"), QStringLiteral("-keyout"),
-             QStringLiteral("server.key"), QStringLiteral("-out"), QStringLiteral("server.csr")},
-            {QStringLiteral("x509"), QStringLiteral("-req"), QStringLiteral("-in"),
-             QStringLiteral("server.csr"), QStringLiteral("-CA"), QStringLiteral("ca.pem"),
-             QStringLiteral("-CAkey"), QStringLiteral("ca.key"), QStringLiteral("-CAcreateserial"),
-             QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-extfile"),
-             QStringLiteral("san.ext"), QStringLiteral("-out"), QStringLiteral("server.pem")},
+        // A CA, a key and request for 127.0.0.1, and the CA's signature on it.
+        const QString key =
+            QStringLiteral("-newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes");
+        const QStringList steps = {
+            QStringLiteral("req -x509 %1 -days 2 -subj /CN=Veltrio-Test-CA -keyout ca.key "
+                           "-out ca.pem")
+                .arg(key),
+            QStringLiteral("req %1 -subj /CN=127.0.0.1 -keyout server.key -out server.csr")
+                .arg(key),
+            QStringLiteral("x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial "
+                           "-days 2 -extfile san.ext -out server.pem"),
         };
-        for (const QStringList &step : steps) {
+        for (const QString &step : steps) {
             QProcess openssl;
             openssl.setWorkingDirectory(m_dir.path());
-            openssl.start(QStringLiteral("openssl"), step);
+            openssl.start(QStringLiteral("openssl"), step.split(u' '));
             if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
                 openssl.exitCode() != 0)
                 return failed(QStringLiteral("openssl %1 failed: %2 %3")
-                                  .arg(step.first(), openssl.errorString(),
+                                  .arg(step.section(u' ', 0, 0), openssl.errorString(),
                                        QString::fromUtf8(openssl.readAllStandardError())));
         }
         return true;
@@ -242,5 +225,4 @@ private:
     quint16 m_httpPort = 0;
     quint16 m_httpsPort = 0;
     QString m_error;
-    QByteArray m_accountsJson;
 };
