@@ -17,46 +17,59 @@
 #include <QTest>
 #include <QTreeView>
 
-static QStringList cells(std::initializer_list<const char *> texts)
-{
-    QStringList list;
-    for (const char *text : texts)
-        list << QString::fromUtf8(text);
-    return list;
-}
+using namespace Qt::StringLiterals;
 
 class TestFrmMainGrid : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_dir;
+    std::optional<TestSeams> m_seams;
+    std::unique_ptr<frmMain> m_w;
 
-    static QStringList column(const frmMain &w, int c)
+    // Text columns, one row per tag and "field|field|...".
+    static void table(std::initializer_list<const char *> columns,
+                      std::initializer_list<std::pair<const char *, const char *>> rows)
     {
-        const QAbstractItemModel *model = w.lvDomainUser->model();
+        for (const char *column : columns)
+            QTest::addColumn<QString>(column);
+        for (const auto &[tag, fields] : rows) {
+            QTestData &row = QTest::newRow(tag);
+            for (const QString &field : QString::fromUtf8(fields).split(u'|'))
+                row << field;
+        }
+    }
+
+    // One column of the grid, top to bottom, joined by commas.
+    QString column(int c) const
+    {
+        const QAbstractItemModel *model = m_w->lvDomainUser->model();
         QStringList texts;
         for (int i = 0; i < model->rowCount(); ++i)
             texts << model->index(i, c).data().toString();
-        return texts;
+        return texts.join(u',');
     }
-
-    static void fill(frmMain &w, const QString &records, const QString &autoList = QString())
+    void fill(const QString &records, const QString &autoList = QString())
     {
         User().sDomainUserRecords = records;
         Program::sAutoIPList = autoList;
-        w.FillDomainUserGrid();
+        m_w->FillDomainUserGrid();
     }
-
-    static void clickRow(frmMain &w, int row)
+    bool showGrid()
     {
-        QTreeView *lv = w.lvDomainUser;
+        m_w->ShowFrame(u"Grid"_s);
+        m_w->show();
+        return QTest::qWaitForWindowExposed(m_w.get());
+    }
+    void clickRow(int row)
+    {
+        QTreeView *lv = m_w->lvDomainUser;
         const QRect r = lv->visualRect(lv->model()->index(row, 1));
         QTest::mouseClick(lv->viewport(), Qt::LeftButton, {}, r.center());
     }
-
-    static void clickHeader(frmMain &w, int section)
+    void clickHeader(int section)
     {
-        QHeaderView *h = w.lvDomainUser->header();
+        QHeaderView *h = m_w->lvDomainUser->header();
         QTest::mouseClick(h->viewport(), Qt::LeftButton, {},
                           QPoint(h->sectionViewportPosition(section) + 5, h->height() / 2));
     }
@@ -65,234 +78,190 @@ private slots:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
-        RegistryStore::SetFile(m_dir.filePath(QStringLiteral("settings.ini")));
-        basErr::SetLogFolder(m_dir.filePath(QStringLiteral("Logs")));
+        RegistryStore::SetFile(m_dir.filePath(u"settings.ini"_s));
+        basErr::SetLogFolder(m_dir.filePath(u"Logs"_s));
     }
-    void init() { Program::Reset(); }
+    void init()
+    {
+        Program::Reset();
+        m_seams.emplace();
+        m_w = std::make_unique<frmMain>();
+    }
+    void cleanup()
+    {
+        m_w.reset();
+        m_seams.reset();
+    }
 
-    void fill_changeTest_data()
+    // Refilled after a first fill of "a;;A;;w;;1~~a;;A;;f;;2" with "A;;A;;W;;1~~".
+    void fill_change_data()
     {
-        QTest::addColumn<QString>("records2");
-        QTest::addColumn<QString>("auto2");
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("counter");
-        QTest::addColumn<QStringList>("autoCells");
-        const QString first = QStringLiteral("a.test;;A;;www;;10.0.0.1~~a.test;;A;;ftp;;10.0.0.2");
-        const QString firstAuto = QStringLiteral("A.TEST;;A;;WWW;;10.0.0.1~~");
-        QTest::newRow("same list") << first << firstAuto << "Last IP Check:"
-                                   << "0" << cells({"Yes", "No"});
-        QTest::newRow("case only") << first.toUpper() << firstAuto.toLower() << "Last IP Check:"
-                                   << "0" << cells({"Yes", "No"});
-        QTest::newRow("auto list only")
-            << first << QStringLiteral("a.test;;A;;ftp;;10.0.0.2~~") << "*Last IP Check:"
-            << "1" << cells({"No", "Yes"});
-        QTest::newRow("records") << QStringLiteral("a.test;;A;;www;;10.0.0.9") << firstAuto
-                                 << "*Last IP Check:"
-                                 << "1" << cells({"No"});
+        table({"records", "autoList", "caption", "counter", "autoCells"},
+              {{"same list", "a;;A;;w;;1~~a;;A;;f;;2|A;;A;;W;;1~~|Last IP Check:|0|Yes,No"},
+               {"case only", "A;;A;;W;;1~~A;;A;;F;;2|a;;a;;w;;1~~|Last IP Check:|0|Yes,No"},
+               {"auto list only", "a;;A;;w;;1~~a;;A;;f;;2|a;;A;;f;;2~~|*Last IP Check:|1|No,Yes"},
+               {"records", "a;;A;;w;;9|A;;A;;W;;1~~|*Last IP Check:|1|No"}});
     }
-    void fill_changeTest()
+    void fill_change()
     {
-        QFETCH(QString, records2);
-        QFETCH(QString, auto2);
-        TestSeams seams;
-        frmMain w;
-        fill(w, QStringLiteral("a.test;;A;;www;;10.0.0.1~~a.test;;A;;ftp;;10.0.0.2"),
-             QStringLiteral("A.TEST;;A;;WWW;;10.0.0.1~~"));
-        QCOMPARE(w.Label20->text(), QStringLiteral("*Last IP Check:"));
-        QCOMPARE(w.lblTimesIPChanged->text(), QStringLiteral("0"));
-        fill(w, records2, auto2);
-        QTEST(w.Label20->text(), "caption");
-        QTEST(w.lblTimesIPChanged->text(), "counter");
-        QTEST(column(w, 4), "autoCells");
-        QVERIFY(seams.messages.isEmpty());
+        QFETCH(QString, records);
+        QFETCH(QString, autoList);
+        fill(u"a;;A;;w;;1~~a;;A;;f;;2"_s, u"A;;A;;W;;1~~"_s);
+        QCOMPARE(m_w->Label20->text(), u"*Last IP Check:"_s);
+        QCOMPARE(m_w->lblTimesIPChanged->text(), u"0"_s);
+        fill(records, autoList);
+        QTEST(m_w->Label20->text(), "caption");
+        QTEST(m_w->lblTimesIPChanged->text(), "counter");
+        QTEST(column(4), "autoCells");
+        QVERIFY(m_seams->messages.isEmpty());
     }
 
     void fill_rows()
     {
-        TestSeams seams;
-        frmMain w;
-        // Blanks and case around the fields do not hide an automatic record,
-        // and a key counts wherever it stands in the list.
-        fill(w,
-             QStringLiteral("Acme.test;;A;;@;;10.0.0.1~~acme.test;;CNAME;;Root;;acme.test;;x~~"
-                            "shop.test;;A;;www;;10.0.0.3"),
-             QStringLiteral(" ACME.TEST ;; a ;;@;;10.0.0.1~~XSHOP.TEST;;A;;WWW;;10.0.0.3~~"));
-        QCOMPARE(column(w, 0), cells({"Acme.test", "acme.test", "shop.test"}));
-        QCOMPARE(column(w, 2), cells({"", "Root", "www"}));
-        QCOMPARE(column(w, 3), cells({"10.0.0.1", "acme.test", "10.0.0.3"}));
-        QCOMPARE(column(w, 4), cells({"No", "No", "Yes"}));
-        fill(w, User().sDomainUserRecords, QStringLiteral("acme.test;;A;;@;;10.0.0.1~~"));
-        QCOMPARE(column(w, 4), cells({"Yes", "No", "No"}));
-        QCOMPARE(w.lvDomainUser->model()->index(2, 0).data(Qt::UserRole).toString(),
-                 QStringLiteral("Row2"));
+        // The auto-IP list matches a record's key as a substring, whatever the
+        // case; blanks inside the list do hide a record.
+        fill(u"Acme;;A;;@;;1~~acme;;CNAME;;Root;;acme;;x~~shop;;A;;www;;3~~café;;A;;w;;4"_s,
+             u" ACME ;; a ;;@;;1~~XSHOP;;A;;WWW;;3~~CAFÉ;;A;;W;;4~~"_s);
+        QCOMPARE(column(0), u"Acme,acme,shop,café"_s);
+        QCOMPARE(column(2), u",Root,www,w"_s);
+        QCOMPARE(column(3), u"1,acme,3,4"_s);
+        QCOMPARE(column(4), u"No,No,Yes,Yes"_s);
+        fill(User().sDomainUserRecords, u"acme;;A;;@;;1~~"_s);
+        QCOMPARE(column(4), u"Yes,No,No,No"_s);
     }
 
     void fill_stopsAtBadPiece()
     {
-        TestSeams seams;
-        frmMain w;
-        const QString records =
-            QStringLiteral("a.test;;A;;www;;10.0.0.1~~a.test;;A~~a.test;;A;;x;;1.1.1.1");
-        fill(w, records);
-        QCOMPARE(w.lvDomainUser->model()->rowCount(), 1);
-        QCOMPARE(seams.messages.size(), 1);
-        QVERIFY(
-            seams.messages[0].text.startsWith(QStringLiteral("frmMain.FillDomainUserGrid()\r")));
-        QCOMPARE(seams.messages[0].title, QStringLiteral("Error"));
+        const QString records = u"a;;A;;w;;1~~a;;A~~a;;A;;x;;2"_s;
+        fill(records);
+        QCOMPARE(column(2), u"w"_s);
+        QCOMPARE(m_seams->messages.size(), 1);
+        QVERIFY(m_seams->messages[0].text.startsWith(u"frmMain.FillDomainUserGrid()\r"_s));
+        QCOMPARE(m_seams->messages[0].title, u"Error"_s);
         // The same data again is no change: no second report.
-        fill(w, records);
-        QCOMPARE(seams.messages.size(), 1);
-        QCOMPARE(w.Label20->text(), QStringLiteral("Last IP Check:"));
+        fill(records);
+        QCOMPARE(m_seams->messages.size(), 1);
         // A trailing separator shows every record, then reports the empty piece.
-        fill(w, QStringLiteral("a.test;;A;;www;;10.0.0.1~~"));
-        QCOMPARE(w.lvDomainUser->model()->rowCount(), 1);
-        QCOMPARE(seams.messages.size(), 2);
+        fill(u"a;;A;;w;;1~~"_s);
+        QCOMPARE(column(2), u"w"_s);
+        QCOMPARE(m_seams->messages.size(), 2);
     }
 
     void fill_reselects()
     {
-        TestSeams seams;
-        frmMain w;
-        w.ShowFrame(QStringLiteral("Grid"));
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
-        fill(w, QStringLiteral("a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"));
-        clickRow(w, 0);
-        QCOMPARE(w.sSelectedRecord, QStringLiteral("a.test;;A;;www;;10.0.0.1"));
-        fill(w, QStringLiteral("b.test;;A;;x;;10.0.0.5~~A.TEST;;A;;WWW;;10.0.0.1"));
-        QVERIFY(w.lvDomainUser->selectionModel()->isRowSelected(1, {}));
-        fill(w, QStringLiteral("b.test;;A;;x;;10.0.0.5"));
-        QVERIFY(!w.lvDomainUser->selectionModel()->hasSelection());
+        QVERIFY(showGrid());
+        fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
+        clickRow(0);
+        QCOMPARE(m_w->sSelectedRecord, u"a.test;;A;;www;;10.0.0.1"_s);
+        fill(u"b.test;;A;;x;;10.0.0.5~~A.TEST;;A;;WWW;;10.0.0.1"_s);
+        QVERIFY(m_w->lvDomainUser->selectionModel()->isRowSelected(1, {}));
+        fill(u"b.test;;A;;x;;10.0.0.5"_s);
+        QVERIFY(!m_w->lvDomainUser->selectionModel()->hasSelection());
         // A record named "@" is remembered with an empty name and so is not
         // selected again.
-        fill(w, QStringLiteral("a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"));
-        clickRow(w, 1);
-        QCOMPARE(w.sSelectedRecord, QStringLiteral("a.test;;A;;;;10.0.0.2"));
-        fill(w, QStringLiteral("a.test;;A;;@;;10.0.0.2"));
-        QVERIFY(!w.lvDomainUser->selectionModel()->hasSelection());
+        fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
+        clickRow(1);
+        QCOMPARE(m_w->sSelectedRecord, u"a.test;;A;;;;10.0.0.2"_s);
+        fill(u"a.test;;A;;@;;10.0.0.2"_s);
+        QVERIFY(!m_w->lvDomainUser->selectionModel()->hasSelection());
     }
 
+    // Every click flips the order, also on another column; cells sort as text.
     void sort_flip_data()
     {
-        QTest::addColumn<QList<int>>("clicks");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<QStringList>("order");
-        QTest::newRow("one click: descending")
-            << QList<int>{3} << 3 << cells({"10.0.0.9", "10.0.0.10", "10.0.0.1"});
-        QTest::newRow("two clicks: ascending as text")
-            << QList<int>{3, 3} << 3 << cells({"10.0.0.1", "10.0.0.10", "10.0.0.9"});
-        QTest::newRow("other column after descending")
-            << QList<int>{3, 2} << 2 << cells({"a", "b", "c"});
-        QTest::newRow("three clicks") << QList<int>{2, 3, 2} << 2 << cells({"c", "b", "a"});
+        table({"clicks", "order"}, {{"one click: descending", "3|10.0.0.9,10.0.0.10,10.0.0.1"},
+                                    {"two clicks: ascending", "3,3|10.0.0.1,10.0.0.10,10.0.0.9"},
+                                    {"other column after descending", "3,2|a,b,c"},
+                                    {"three clicks", "2,3,2|c,b,a"}});
     }
     void sort_flip()
     {
-        QFETCH(QList<int>, clicks);
-        QFETCH(int, column);
-        TestSeams seams;
-        frmMain w;
-        w.ShowFrame(QStringLiteral("Grid"));
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
-        fill(w, QStringLiteral("t;;A;;b;;10.0.0.10~~t;;A;;c;;10.0.0.9~~t;;A;;a;;10.0.0.1"));
-        for (int c : clicks)
-            clickHeader(w, c);
-        QCOMPARE(w.SortKey(), column);
-        QVERIFY(w.Sorted());
-        QTEST(TestFrmMainGrid::column(w, column), "order");
+        QFETCH(QString, clicks);
+        QVERIFY(showGrid());
+        fill(u"t;;A;;b;;10.0.0.10~~t;;A;;c;;10.0.0.9~~t;;A;;a;;10.0.0.1"_s);
+        for (const QString &c : clicks.split(u','))
+            clickHeader(c.toInt());
+        const int sorted = clicks.back().digitValue();
+        QTEST(column(sorted), "order");
         // Rows added later keep the order.
-        fill(w, User().sDomainUserRecords + QStringLiteral("~~t;;A;;d;;10.0.0.2"));
-        const QStringList after = TestFrmMainGrid::column(w, column);
-        QStringList sorted = after;
-        std::sort(sorted.begin(), sorted.end());
-        if (w.SortDescending())
-            std::reverse(sorted.begin(), sorted.end());
-        QCOMPARE(after, sorted);
+        fill(User().sDomainUserRecords + u"~~t;;A;;d;;10.0.0.2"_s);
+        const QStringList after = column(sorted).split(u',');
+        QVERIFY2(m_w->SortDescending() ? std::is_sorted(after.rbegin(), after.rend())
+                                       : std::is_sorted(after.begin(), after.end()),
+                 qPrintable(after.join(u',')));
     }
 
+    // An empty message: accepted; an empty name or address after: unchanged.
     void editor_validation_data()
     {
-        const char *columns[] = {"domain", "type",    "name",      "address",
-                                 "port",   "message", "nameAfter", "addressAfter"};
-        for (const char *column : columns)
-            QTest::addColumn<QString>(column);
-        // domain|type|name|address|port|message (empty: accepted)|name after|address after
-        const std::pair<const char *, const char *> rows[] = {
-            {"no domain", " |A|x|1.2.3.4||Domain must be filled in|x|1.2.3.4"},
-            {"dotted name first", "a.test|A|a.b|||Invalid Name.  No Dots allowed.|a.b|"},
-            {"no address", "a.test|A|x|  ||IP Address must be filled in|x|  "},
-            {"three pieces", "a.test|A|x|1.2.3||Invalid IP address|x|1.2.3"},
-            {"five pieces", "a.test|A|root|1.2.3.4.5||Invalid IP address|@|1.2.3.4.5"},
-            {"256", "a.test|A|x|1.2.3.256||Invalid IP address|x|1.2.3.256"},
-            {"empty piece", "a.test|A|x|1.2..4||Invalid IP address|x|1.2..4"},
-            {"zeros", "a.test|A|ROOT|0.0.0.0|||@|0.0.0.0"},
-            {"max", "a.test|A|x|255.255.255.255|||x|255.255.255.255"},
-            {"CNAME unchecked", "a.test|CNAME|www|host.test|||www|host.test"},
-            {"relay scheme", "a.test|Port Relay|r|ftp://h||Invalid Relay Address.  Must Begin with "
-                             "HTTP://|r|ftp://h"},
-            {"relay slash", "a.test|Port Relay|r|http:///x||Invalid Relay Address.|r|http:///x"},
-            {"relay short",
-             "a.test|PORT RELAY|Root|http://a||Invalid Relay Address.|Root|http://a"},
-            {"relay backslashes", "a.test|Port Relay|r|HTTP:\\\\host\\path|||r|HTTP://host/path"},
-            {"port text", "a.test|Port Relay|r|http://hh|8o|Port must be numeric.|r|http://hh"},
-            {"port 10000", "a.test|Port Relay|r|http://hh|10000|"
-                           "Invalid Port. Must be between 0 and 9999|r|http://hh"},
-            {"port -1", "a.test|Port Relay|r|http://hh|-1|"
-                        "Invalid Port. Must be between 0 and 9999|r|http://hh"},
-            {"colon", "a.test|Port Relay|r|http://host:8080||"
-                      "Invalid Relay Address. No colons allowed.|r|http://host:8080"},
-            {"port 9999", "a.test|Port Relay|r|http://host/p|9999||r|http://host/p"},
-        };
-        for (const auto &[tag, fields] : rows) {
-            QTestData &row = QTest::newRow(tag);
-            for (const QString &field : QString::fromUtf8(fields).split(u'|'))
-                row << field;
-        }
+        table({"domain", "type", "name", "address", "port", "message", "nameAfter", "addressAfter"},
+              {
+                  {"no domain", " |A|x|1.2.3.4||Domain must be filled in||"},
+                  {"dotted name first", "d|A|a.b|||Invalid Name.  No Dots allowed.||"},
+                  {"no address", "d|A|x|  ||IP Address must be filled in||"},
+                  {"three pieces", "d|A|x|1.2.3||Invalid IP address||"},
+                  {"five pieces", "d|A|root|1.2.3.4.5||Invalid IP address|@|"},
+                  {"256", "d|A|x|1.2.3.256||Invalid IP address||"},
+                  {"empty piece", "d|A|x|1.2..4||Invalid IP address||"},
+                  {"zeros", "d|A|ROOT|0.0.0.0|||@|"},
+                  {"max", "d|A|x|255.255.255.255||||"},
+                  {"CNAME unchecked", "d|CNAME|www|host.test||||"},
+                  {"relay scheme",
+                   "d|Port Relay|r|ftp://h||Invalid Relay Address.  Must Begin with HTTP://||"},
+                  {"relay slash", "d|Port Relay|r|http:///x||Invalid Relay Address.||"},
+                  {"relay short", "d|PORT RELAY|Root|http://a||Invalid Relay Address.||"},
+                  {"relay backslashes", "d|Port Relay|r|HTTP:\\\\host\\path||||HTTP://host/path"},
+                  {"port text", "d|Port Relay|r|http://hh|8o|Port must be numeric.||"},
+                  {"port 10000",
+                   "d|Port Relay|r|http://hh|10000|Invalid Port. Must be between 0 and 9999||"},
+                  {"port -1",
+                   "d|Port Relay|r|http://hh|-1|Invalid Port. Must be between 0 and 9999||"},
+                  {"colon",
+                   "d|Port Relay|r|http://host:8080||Invalid Relay Address. No colons allowed.||"},
+                  {"port 9999", "d|Port Relay|r|http://host/p|9999|||"},
+              });
     }
     void editor_validation()
     {
         QFETCH(QString, domain);
         QFETCH(QString, type);
-        QFETCH(QString, message);
-        TestSeams seams;
-        frmMain w;
-        w.cboDomain->setCurrentText(domain);
-        w.cboRecordType->setCurrentText(type);
         QFETCH(QString, name);
         QFETCH(QString, address);
         QFETCH(QString, port);
-        w.txtCName->setText(name);
-        w.txtServerIP->setText(address);
-        w.txtPort->setText(port);
-        QCOMPARE(w.ValidateRecord(), message.isEmpty());
-        QCOMPARE(seams.texts(), message.isEmpty() ? QStringList() : QStringList{message});
-        if (!message.isEmpty())
-            QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
-        QTEST(w.txtCName->text(), "nameAfter");
-        QTEST(w.txtServerIP->text(), "addressAfter");
+        QFETCH(QString, message);
+        QFETCH(QString, nameAfter);
+        QFETCH(QString, addressAfter);
+        m_w->cboDomain->setCurrentText(domain);
+        m_w->cboRecordType->setCurrentText(type);
+        m_w->txtCName->setText(name);
+        m_w->txtServerIP->setText(address);
+        m_w->txtPort->setText(port);
+        QCOMPARE(m_w->ValidateRecord(), message.isEmpty());
+        QCOMPARE(m_seams->texts(), message.isEmpty() ? QStringList() : QStringList{message});
+        QVERIFY(m_seams->messages.isEmpty() || m_seams->messages[0].title == "Veltrio"_L1);
+        QCOMPARE(m_w->txtCName->text(), nameAfter.isEmpty() ? name : nameAfter);
+        QCOMPARE(m_w->txtServerIP->text(), addressAfter.isEmpty() ? address : addressAfter);
     }
 
     void editor_openAndType()
     {
-        TestSeams seams;
-        frmMain w;
-        w.EditGrid();
-        QCOMPARE(seams.texts(), QStringList{QStringLiteral("Please select a row")});
-        User().sRecordTypeList = QStringLiteral("A,CNAME");
-        User().sUserLevel = QStringLiteral("1");
-        w.cmdAddGrid_Click();
-        QCOMPARE(w.cboRecordType->count(), 2);
-        User().sUserLevel = QStringLiteral("5");
-        w.cmdAddGrid_Click();
-        QCOMPARE(w.cboRecordType->itemText(2), QStringLiteral("Port Relay"));
-        QVERIFY(!w.frameOtherDomain->isHidden());
-        w.cboRecordType->setCurrentIndex(2);
-        w.cboRecordType_Click();
-        QCOMPARE(w.txtServerIP->text(), QStringLiteral("http://"));
-        QVERIFY(!w.txtPort->isHidden());
-        w.lblIPAddress->setText(QStringLiteral("203.0.113.5"));
-        w.chkDomainAutoIP->click();
-        QCOMPARE(w.txtServerIP->text(), QStringLiteral("http://203.0.113.5"));
+        m_w->EditGrid();
+        QCOMPARE(m_seams->texts(), QStringList{u"Please select a row"_s});
+        User().sRecordTypeList = u"A,CNAME"_s;
+        User().sUserLevel = u"1"_s;
+        m_w->cmdAddGrid_Click();
+        QCOMPARE(m_w->cboRecordType->count(), 2);
+        User().sUserLevel = u"5"_s;
+        m_w->cmdAddGrid_Click();
+        QCOMPARE(m_w->cboRecordType->itemText(2), u"Port Relay"_s);
+        QVERIFY(!m_w->frameOtherDomain->isHidden());
+        m_w->cboRecordType->setCurrentIndex(2);
+        m_w->cboRecordType_Click();
+        QCOMPARE(m_w->txtServerIP->text(), u"http://"_s);
+        QVERIFY(!m_w->txtPort->isHidden());
+        m_w->lblIPAddress->setText(u"203.0.113.5"_s);
+        m_w->chkDomainAutoIP->click();
+        QCOMPARE(m_w->txtServerIP->text(), u"http://203.0.113.5"_s);
     }
 };
 

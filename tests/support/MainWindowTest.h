@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ServiceProcess.h"
+#include "TestSeams.h"
 #include "frmMain.h"
 
 #include "RegistryStore.h"
@@ -9,25 +10,29 @@
 #include "basErr.h"
 #include "clsUser.h"
 
-#include <QPointer>
-#include <QTemporaryDir>
-#include <QVariant>
-#include <memory>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QStandardPaths>
+#include <QTimer>
+#include <QTreeView>
 
-// Base of the main window's tests against veltrio-service: a fresh service
-// and fresh settings for each test, the saved login that starts the window,
-// and what the service received.
+// Base of the main window's tests against veltrio-service: per test a fresh
+// session, service, settings and recorded message boxes, the saved login
+// that starts the window, and what the service received.
 class MainWindowTest : public QObject
 {
 protected:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ServiceProcess> m_service;
+    std::optional<TestSeams> m_seams;
     QPointer<frmMain> m_window;
 
     static inline const QString kInit = QStringLiteral("SOFTWARE\\Veltrio\\Init");
-    static QString userKey(const char *user)
+    static QString userKey(const QString &user)
     {
-        return QStringLiteral("SOFTWARE\\Veltrio\\") + QLatin1String(user);
+        return QStringLiteral("SOFTWARE\\Veltrio\\") + user;
     }
 
     static void writeValues(const QString &key,
@@ -47,22 +52,18 @@ protected:
         return store.ReadValue(QLatin1String(name));
     }
 
-    // Empties the session and points the client at 127.0.0.1.
-    static void resetProgram()
+    // The service tells every caller 203.0.113.7 is its address.
+    bool startService()
     {
+        QStandardPaths::setTestModeEnabled(true);
         Program::Reset();
         ServiceConfig config = ServiceConfig::Defaults();
         config.httpHost = QStringLiteral("127.0.0.1");
         SetConfig(config);
-    }
-
-    // A fresh service with the demo accounts and fresh settings that point
-    // the client at it.
-    bool startService(const QString &publicIp = QStringLiteral("203.0.113.7"))
-    {
+        m_seams.emplace();
         m_dir = std::make_unique<QTemporaryDir>();
         m_service = std::make_unique<ServiceProcess>();
-        if (!m_service->start(ServiceProcess::HttpOnly, publicIp))
+        if (!m_service->start(ServiceProcess::HttpOnly, QStringLiteral("203.0.113.7")))
             return false;
         RegistryStore::SetFile(m_dir->filePath(QStringLiteral("settings.ini")));
         basErr::SetLogFolder(m_dir->filePath(QStringLiteral("Logs")));
@@ -70,11 +71,10 @@ protected:
         return true;
     }
 
-    frmMain *startWithSavedLogin(const char *user)
+    frmMain *startWithSavedLogin(const QString &user, const QString &password = QString())
     {
-        writeValues(kInit, {{"bSaveLogin", 1},
-                            {"Username", QLatin1String(user)},
-                            {"Password", QLatin1String(user)}});
+        writeValues(kInit, {{"bSaveLogin", 1}, {"Username", user}});
+        writeValues(kInit, {{"Password", password.isNull() ? user : password}});
         m_window = new frmMain;
         m_window->Form_Load();
         return m_window;
@@ -95,9 +95,9 @@ protected:
     void tearDown()
     {
         delete m_window;
-        for (QWidget *window : Windows::Loaded())
-            delete window;
+        qDeleteAll(Windows::Loaded());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         m_service.reset();
+        m_seams.reset();
     }
 };
