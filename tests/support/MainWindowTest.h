@@ -2,6 +2,7 @@
 
 #include "ServiceProcess.h"
 #include "TestSeams.h"
+#include "frmLogin.h"
 #include "frmMain.h"
 
 #include "RegistryStore.h"
@@ -17,6 +18,7 @@
 #include <QStandardPaths>
 #include <QTimer>
 #include <QTreeView>
+#include <functional>
 
 // Base of the main window's tests against veltrio-service: per test a fresh
 // session, service, settings and recorded message boxes, the saved login
@@ -28,12 +30,14 @@ protected:
     std::unique_ptr<ServiceProcess> m_service;
     std::optional<TestSeams> m_seams;
     QPointer<frmMain> m_window;
+    // Acts on the login window once the main window has put it up modally;
+    // unless a test says otherwise, Exit ends the load instead of waiting.
+    std::function<void(frmLogin *)> m_onLogin;
+    bool m_loginShown = false;
+    std::unique_ptr<QTimer> m_poll;
 
     static inline const QString kInit = QStringLiteral("SOFTWARE\\Veltrio\\Init");
-    static QString userKey(const QString &user)
-    {
-        return QStringLiteral("SOFTWARE\\Veltrio\\") + user;
-    }
+    static QString userKey(const QString &u) { return QStringLiteral("SOFTWARE\\Veltrio\\") + u; }
 
     static void writeValues(const QString &key,
                             const QList<std::pair<const char *, QVariant>> &values)
@@ -61,6 +65,15 @@ protected:
         config.httpHost = QStringLiteral("127.0.0.1");
         SetConfig(config);
         m_seams.emplace();
+        m_onLogin = &frmLogin::cmdExit_Click;
+        m_loginShown = false;
+        m_poll = std::make_unique<QTimer>();
+        QObject::connect(m_poll.get(), &QTimer::timeout, [this] {
+            auto *login = qobject_cast<frmLogin *>(Windows::Find(QStringLiteral("frmLogin")));
+            if (login && login->isVisible() && !std::exchange(m_loginShown, true))
+                m_onLogin(login);
+        });
+        m_poll->start(20);
         m_dir = std::make_unique<QTemporaryDir>();
         m_service = std::make_unique<ServiceProcess>();
         if (!m_service->start(ServiceProcess::HttpOnly, QStringLiteral("203.0.113.7")))
@@ -80,16 +93,12 @@ protected:
         return m_window;
     }
 
-    // The script queries received that start with prefix, blanks as the
+    // The script queries received with prefix (their start), blanks as the
     // client meant them.
     QStringList sent(const char *prefix = "FXN=DNSTickler") const
     {
-        QStringList queries;
-        for (QString query : m_service->requests()) {
-            if (query.startsWith(QLatin1String(prefix)))
-                queries << query.replace(QLatin1String("%20"), QLatin1String(" "));
-        }
-        return queries;
+        QStringList queries = m_service->requests().filter(QLatin1String(prefix));
+        return queries.replaceInStrings(QLatin1String("%20"), QLatin1String(" "));
     }
 
     void tearDown()
@@ -99,5 +108,6 @@ protected:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         m_service.reset();
         m_seams.reset();
+        m_poll.reset();
     }
 };
