@@ -93,7 +93,7 @@ protected:
         return m_window;
     }
 
-    // The script queries received with prefix (their start), blanks as the
+    // The script queries received that hold prefix, blanks as the
     // client meant them.
     QStringList sent(const char *prefix = "FXN=DNSTickler") const
     {
