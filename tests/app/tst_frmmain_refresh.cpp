@@ -98,10 +98,12 @@ private slots:
     void unreachableService_switchesTheTrayIcon()
     {
         frmMain &w = start("acme");
+        const int rows = w.lvDomainUser->model()->rowCount();
         QVERIFY(w.cSysTrayOn->isVisible() && !w.cSysTrayOff->isVisible());
         m_service->stop();
         w.tmrAuto_Timer();
         QVERIFY(!w.cSysTrayOn->isVisible() && w.cSysTrayOff->isVisible());
+        QCOMPARE(w.lvDomainUser->model()->rowCount(), rows);
         QCOMPARE(w.lblIPAddress->text(), kOld);
 
         QVERIFY(m_service->start(ServiceProcess::HttpOnly, kNew));
