@@ -14,23 +14,29 @@ class TestCSizer : public QObject
     static constexpr QSize FormSize{400, 300};
 
     std::unique_ptr<QWidget> form;
+    CSizer sizer;
 
-    QWidget *addChild(const QRect &geometry)
+    QWidget *add(const QRect &geometry, int rule)
     {
         auto *child = new QWidget(form.get());
         child->setGeometry(geometry);
+        sizer.Add(child, rule);
         return child;
+    }
+    void resizeTo(const QSize &size)
+    {
+        form->resize(size);
+        sizer.Resize();
     }
 
 private slots:
     void initTestCase() { QCOMPARE(Twips::Dpi(), 96.0); }
-
     void init()
     {
         form = std::make_unique<QWidget>();
         form->resize(FormSize);
+        sizer.Create(form.get());
     }
-    void cleanup() { form.reset(); }
 
     void resize_followsRule_data()
     {
@@ -40,26 +46,18 @@ private slots:
         QTest::addColumn<QRect>("expected");
         const QRect child(100, 50, 80, 40);
         const QSize grow(60, 30), shrink(-40, -20);
-        const struct
-        {
-            int rule;
-            QRect grown, shrunk;
-        } rows[] = {{0, child, child},
-                    {1, {160, 50, 80, 40}, {60, 50, 80, 40}},
-                    {2, {100, 80, 80, 40}, {100, 30, 80, 40}},
-                    {4, {100, 50, 140, 40}, {100, 50, 40, 40}},
-                    {8, {100, 50, 80, 69}, {100, 50, 80, 19}},
-                    {3, {160, 80, 80, 40}, {60, 30, 80, 40}},
-                    {12, {100, 50, 140, 69}, {100, 50, 40, 19}}};
-        for (const auto &row : rows) {
-            QTest::addRow("%d grow", row.rule) << row.rule << child << grow << row.grown;
-            QTest::addRow("%d shrink", row.rule) << row.rule << child << shrink << row.shrunk;
-        }
+        QTest::newRow("0 stays") << 0 << child << grow << child;
+        QTest::newRow("1 moves right") << 1 << child << grow << QRect(160, 50, 80, 40);
+        QTest::newRow("2 moves down") << 2 << child << grow << QRect(100, 80, 80, 40);
+        QTest::newRow("4 grows wider") << 4 << child << grow << QRect(100, 50, 140, 40);
+        QTest::newRow("8 grows higher, less the allowance")
+            << 8 << child << grow << QRect(100, 50, 80, 69);
+        QTest::newRow("12 shrinks") << 12 << child << shrink << QRect(100, 50, 40, 19);
         // Sums below 0 are clamped to 0; the height allowance comes off after
         // the clamp, and the negative height that leaves is applied as 0.
-        QTest::newRow("15 shrink past the edges")
+        QTest::newRow("15 shrinks past the edges")
             << 15 << QRect(20, 10, 30, 15) << shrink << QRect(0, 0, 0, 0);
-        QTest::newRow("8 shrink to the allowance")
+        QTest::newRow("8 shrinks to the allowance")
             << 8 << QRect(0, 0, 10, 21) << shrink << QRect(0, 0, 10, 0);
     }
     void resize_followsRule()
@@ -68,110 +66,52 @@ private slots:
         QFETCH(QRect, child);
         QFETCH(QSize, change);
         QFETCH(QRect, expected);
-        QWidget *control = addChild(child);
-        CSizer sizer;
-        sizer.Create(form.get());
-        sizer.Add(control, rule);
-
-        form->resize(FormSize + change);
-        sizer.Resize();
-
+        QWidget *control = add(child, rule);
+        resizeTo(FormSize + change);
         QCOMPARE(control->geometry(), expected);
         QVERIFY(form->updatesEnabled());
     }
 
-    void resize_backToCreationSize_restoresRegistration()
+    // Eleven controls, more than the first allocation holds, placed from
+    // what was registered rather than from where the last resize left them.
+    void resize_placesFromTheRegisteredGeometry()
     {
-        const QRect start(100, 50, 80, 40);
         QList<QWidget *> controls;
-        CSizer sizer;
-        sizer.Create(form.get());
-        for (int rule : {1, 2, 4, 8, 15}) {
-            controls.append(addChild(start));
-            sizer.Add(controls.last(), rule);
-        }
-        for (const QSize &size : {QSize(700, 500), QSize(250, 200), FormSize}) {
-            form->resize(size);
-            sizer.Resize();
-        }
-        const QRect shorter = start.adjusted(0, 0, 0, -1);
-        const QList<QRect> expected{start, start, start, shorter, shorter};
-        for (int i = 0; i < controls.size(); ++i)
-            QCOMPARE(controls.at(i)->geometry(), expected.at(i));
-    }
-
-    void resize_minimised_leavesEverything()
-    {
-        QWidget *control = addChild(QRect(100, 50, 80, 40));
-        CSizer sizer;
-        sizer.Create(form.get(), FormSize.height() * 15, FormSize.width() * 15);
-        sizer.Add(control, 15);
-        form->setWindowState(Qt::WindowMinimized);
-        form->resize(200, 100);
-
-        sizer.Resize();
-
-        QCOMPARE(form->size(), QSize(200, 100));
-        QCOMPARE(control->geometry(), QRect(100, 50, 80, 40));
-    }
-
-    void resize_parkedControl_staysParkedAndKeepsOnScreenLeft()
-    {
-        const int parkedLeft = -75000 / 15; // a hidden panel's control
-        QWidget *control = addChild(QRect(parkedLeft + 100, 50, 80, 40));
-        CSizer sizer;
-        sizer.Create(form.get());
-        sizer.Add(control, 1);
-        form->resize(FormSize + QSize(60, 0));
-
-        sizer.Resize();
-        QCOMPARE(control->geometry(), QRect(parkedLeft + 100, 50, 80, 40));
-
-        // The panel is shown again: the control now follows from its
-        // on-screen left.
-        control->move(100, 50);
-        sizer.Resize();
-        QCOMPARE(control->geometry(), QRect(160, 50, 80, 40));
-    }
-
-    void add_eleventh_doublesCapacityKeepingTheFirstTen()
-    {
-        CSizer sizer;
-        sizer.Create(form.get());
-        QList<QWidget *> controls;
-        for (int i = 0; i < 11; ++i) {
-            controls.append(addChild(QRect(10 * i, 5 * i, 20, 10)));
-            sizer.Add(controls.last(), 3);
-            QCOMPARE(sizer.Capacity(), i < 10 ? 10 : 20);
-        }
-        QCOMPARE(sizer.Count(), 11);
-        form->resize(FormSize + QSize(30, 20));
-
-        sizer.Resize();
-
         for (int i = 0; i < 11; ++i)
-            QCOMPARE(controls.at(i)->geometry(), QRect(10 * i + 30, 5 * i + 20, 20, 10));
+            controls << add(QRect(10 * i, 5 * i, 20, 10), 15);
+        for (const QSize &size : {QSize(700, 500), QSize(250, 200), FormSize})
+            resizeTo(size);
+        for (int i = 0; i < 11; ++i)
+            QCOMPARE(controls[i]->geometry(), QRect(10 * i, 5 * i, 20, 9));
     }
 
-    void resize_belowMinimum_snapsBackBeforePlacing_data()
+    void resize_parkedControl_staysParkedThenFollowsItsOnScreenLeft()
     {
-        QTest::addColumn<QSize>("shrunk");
-        QTest::newRow("too low") << QSize(400, 200);
-        QTest::newRow("too low and narrow") << QSize(250, 150);
-    }
-    void resize_belowMinimum_snapsBackBeforePlacing()
-    {
-        QFETCH(QSize, shrunk);
-        QWidget *control = addChild(QRect(100, 50, 80, 40));
-        CSizer sizer;
-        sizer.Create(form.get(), FormSize.height() * 15, FormSize.width() * 15);
-        sizer.Add(control, 15);
-        form->resize(shrunk);
-
+        const int parked = -75000 / 15 + 100; // a hidden panel's control
+        QWidget *control = add(QRect(parked, 50, 80, 40), 1);
+        resizeTo(FormSize + QSize(60, 0));
+        QCOMPARE(control->pos(), QPoint(parked, 50));
+        control->move(100, 50); // the panel is shown again
         sizer.Resize();
+        QCOMPARE(control->pos(), QPoint(160, 50));
+    }
 
-        QCOMPARE(form->size(), FormSize);
-        QCOMPARE(control->geometry(), QRect(100, 50, 80, 39));
+    void resize_belowMinimum_data()
+    {
+        QTest::addColumn<bool>("minimised");
+        QTest::newRow("snaps back before placing") << false;
+        QTest::newRow("minimised: left alone") << true;
+    }
+    void resize_belowMinimum()
+    {
+        QFETCH(bool, minimised);
+        sizer.Create(form.get(), FormSize.height() * 15, FormSize.width() * 15);
+        QWidget *control = add(QRect(100, 50, 80, 40), 15);
+        if (minimised)
+            form->setWindowState(Qt::WindowMinimized);
+        resizeTo(QSize(250, 150));
+        QCOMPARE(form->size(), minimised ? QSize(250, 150) : FormSize);
+        QCOMPARE(control->geometry(), QRect(100, 50, 80, minimised ? 40 : 39));
     }
 };
 
