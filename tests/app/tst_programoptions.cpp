@@ -34,6 +34,11 @@ private slots:
             QStringList{QStringLiteral("veltrio-dns")} + arguments.split(u' ', Qt::SkipEmptyParts));
         QCOMPARE(int(options.action), action);
         QVERIFY2(options.message.contains(message), qPrintable(options.message));
+        if (arguments.contains(QLatin1String("--log-dir logs"))) {
+            QCOMPARE(options.configFile, QCoreApplication::applicationFilePath());
+            QCOMPARE(options.settingsFile, QStringLiteral("s.ini"));
+            QCOMPARE(options.logDir, QStringLiteral("logs"));
+        }
     }
 };
 
