@@ -3,60 +3,30 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestRecordList : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void split_data()
+    void split_emptyListHasNoRecords_trailingSeparatorAnEmptyOne()
     {
-        QTest::addColumn<QString>("records");
-        QTest::addColumn<QStringList>("pieces");
-        QTest::newRow("empty list has no records") << "" << QStringList();
-        QTest::newRow("trailing separator keeps an empty piece")
-            << "a~~b~~" << QStringList{QStringLiteral("a"), QStringLiteral("b"), QString()};
-        QTest::newRow("three tildes")
-            << "a~~~b" << QStringList{QStringLiteral("a"), QStringLiteral("~b")};
-    }
-    void split()
-    {
-        QFETCH(QString, records);
-        QTEST(RecordList::Split(records), "pieces");
+        QCOMPARE(RecordList::Split(QString()), QStringList());
+        QCOMPARE(RecordList::Split(u"a~~b~~"_s), (QStringList{u"a"_s, u"b"_s, QString()}));
     }
 
-    // An empty expectation: subscript out of range (9).
-    void fields_data()
+    void fields_firstFourEmptyOnesKept_fewerRaise()
     {
-        QTest::addColumn<QString>("piece");
-        QTest::addColumn<QStringList>("fields");
-        QTest::newRow("extra pieces ignored")
-            << " d ;;MX;;@;;mail.d;;10"
-            << QStringList{QStringLiteral(" d "), QStringLiteral("MX"), QStringLiteral("@"),
-                           QStringLiteral("mail.d")};
-        QTest::newRow("empty fields kept") << ";;;;;;" << QStringList{{}, {}, {}, {}};
-        QTest::newRow("empty piece") << "" << QStringList();
-        QTest::newRow("three fields") << "d;;A;;www" << QStringList();
-    }
-    void fields()
-    {
-        QFETCH(QString, piece);
-        QFETCH(QStringList, fields);
+        QCOMPARE(RecordList::Fields(u" d ;;MX;;@;;mail.d;;10"_s),
+                 (QStringList{u" d "_s, u"MX"_s, u"@"_s, u"mail.d"_s}));
+        QCOMPARE(RecordList::Fields(u";;;;;;"_s), QStringList(4));
         try {
-            QCOMPARE(RecordList::Fields(piece), fields);
+            RecordList::Fields(u"d;;A;;www"_s);
+            QFAIL("no error raised");
         } catch (const RuntimeError &e) {
-            QVERIFY(fields.isEmpty());
             QCOMPARE(e.number(), ErrorNumber::SubscriptOutOfRange);
         }
-    }
-
-    void key()
-    {
-        QCOMPARE(RecordList::Key(QStringLiteral("example.net"), QStringLiteral("A"),
-                                 QStringLiteral("www"), QStringLiteral("10.0.0.1")),
-                 QStringLiteral("EXAMPLE.NET;;A;;WWW;;10.0.0.1~~"));
-        QCOMPARE(RecordList::Key(QStringLiteral("  d.net "), QStringLiteral(" Port Relay"),
-                                 QStringLiteral("\tx"), QString()),
-                 QStringLiteral("D.NET;;PORT RELAY;;\tX;;~~"));
     }
 };
 

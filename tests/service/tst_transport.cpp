@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestTransport : public QObject
 {
     Q_OBJECT
@@ -13,15 +15,13 @@ private slots:
     {
         QTest::addColumn<QString>("query");
         QTest::addColumn<QByteArray>("sent");
-        QTest::newRow("parameters unescaped")
-            << "?Usr=a&Pwd=p&w=d+/:?@" << QByteArray("?Usr=a&Pwd=p&w=d+/:?@");
-        QTest::newRow("blank, hash, control")
-            << "?pwd=a b#c\td" << QByteArray("?pwd=a%20b%23c%09d");
-        QTest::newRow("non-ASCII as UTF-8") << "?usr=J\u00f6rg" << QByteArray("?usr=J%C3%B6rg");
+        QTest::newRow("parameters as written")
+            << u"?Usr=a&Pwd=p&w=d+/:?@"_s << "?Usr=a&Pwd=p&w=d+/:?@"_ba;
+        QTest::newRow("blank, hash, control") << u"?pwd=a b#c\td"_s << "?pwd=a%20b%23c%09d"_ba;
+        QTest::newRow("non-ASCII as UTF-8") << u"?usr=J\u00f6rg"_s << "?usr=J%C3%B6rg"_ba;
         QTest::newRow("stray percent, escape kept")
-            << "?pwd=100%&x=%26" << QByteArray("?pwd=100%25&x=%26");
-        QTest::newRow("characters no URL carries raw")
-            << "?pwd=\"<>{|}" << QByteArray("?pwd=%22%3C%3E%7B%7C%7D");
+            << u"?pwd=100%&x=%26"_s << "?pwd=100%25&x=%26"_ba;
+        QTest::newRow("never raw in a URL") << u"?pwd=\"<>{|}"_s << "?pwd=%22%3C%3E%7B%7C%7D"_ba;
     }
     void requestUrl()
     {
