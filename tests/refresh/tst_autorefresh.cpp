@@ -62,6 +62,9 @@ private slots:
     {
         QTest::addColumn<qint64>("seconds");
         QTest::addColumn<QString>("caption");
+        QTest::newRow("start") << qint64(0) << u"0 Days  00:00:00"_s;
+        QTest::newRow("59 s") << qint64(59) << u"0 Days  00:00:59"_s;
+        QTest::newRow("1 day") << qint64(86400) << u"1 Days  00:00:00"_s;
         QTest::newRow("2 days 5:07:09")
             << qint64(2 * 86400 + 5 * 3600 + 7 * 60 + 9) << u"2 Days  05:07:09"_s;
         QTest::newRow("last 16-bit day")
@@ -80,13 +83,18 @@ private slots:
         }
     }
 
-    // The window tests check on every tick (rate 10); these rates wait.
     void refreshTimer_checksOnDueTicks_data()
     {
         QTest::addColumn<QString>("rate");
         QTest::addColumn<QList<int>>("checks"); // ticks 1..24 that check
+        QList<int> everyTick;
+        for (int tick = 1; tick <= 24; ++tick)
+            everyTick.append(tick);
+        QTest::newRow("10") << u"10"_s << everyTick;
+        QTest::newRow("30") << u"30"_s << QList<int>{3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23};
         QTest::newRow("60") << u"60"_s << QList<int>{6, 11, 16, 21};
         QTest::newRow("75") << u"75"_s << QList<int>{8, 15, 22};
+        QTest::newRow("120") << u"120"_s << QList<int>{12, 23};
     }
     void refreshTimer_checksOnDueTicks()
     {
