@@ -7,7 +7,6 @@
 #include "Twips.h"
 
 #include <QHeaderView>
-#include <QJsonArray>
 #include <QScreen>
 #include <QUrlQuery>
 
@@ -27,8 +26,8 @@ class TestFrmMainSession : public MainWindowTest
     QStringList stateNames(const QString &user) const
     {
         QStringList names;
-        for (const auto record : m_service->stateJson()[u"records"_s][user].toArray())
-            names << record[u"name"_s].toString() + u'=' + record[u"address"_s].toString();
+        for (const QString &record : m_service->stateRecords(user))
+            names << record.section(u";;"_s, 2, 2) + u'=' + record.section(u";;"_s, 3);
         return names;
     }
     static int rowNamed(const frmMain &w, const QString &name)

@@ -8,7 +8,6 @@
 #include "clsUser.h"
 
 #include <QElapsedTimer>
-#include <QJsonArray>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTest>
@@ -36,17 +35,6 @@ public:
     QList<bool> tray;
     QList<bool> enabledCalls;
 };
-
-// Whether the service's state file holds the record "domain;;type;;name;;address".
-bool stateHolds(const QJsonObject &state, const QString &user, const QString &piece)
-{
-    const QStringList f = piece.split(RecordList::FieldSeparator);
-    const QJsonObject record{{QStringLiteral("domain"), f.value(0)},
-                             {QStringLiteral("type"), f.value(1)},
-                             {QStringLiteral("name"), f.value(2)},
-                             {QStringLiteral("address"), f.value(3)}};
-    return state.value(QLatin1String("records")).toObject().value(user).toArray().contains(record);
-}
 
 // A port nothing listens on: one a server just gave back.
 quint16 closedPort()
@@ -162,7 +150,7 @@ private slots:
         QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
         QCOMPARE(User().sIPAddress, address);
         QVERIFY(RecordList::Split(User().sDomainUserRecords).contains(piece));
-        QVERIFY(stateHolds(m_service.stateJson(), QStringLiteral("acme"), piece));
+        QVERIFY(m_service.stateRecords(QStringLiteral("acme")).contains(piece));
         QCOMPARE(Program::sAutoIPList,
                  QStringLiteral("ACME.TEST;;A;;@;;") + address + QStringLiteral("~~"));
 
@@ -178,7 +166,7 @@ private slots:
         QVERIFY(!RecordList::Split(User().sDomainUserRecords).contains(piece));
         QVERIFY(RecordList::Split(User().sDomainUserRecords)
                     .contains(QStringLiteral("acme.test;;A;;mail;;203.0.113.7")));
-        QVERIFY(!stateHolds(m_service.stateJson(), QStringLiteral("acme"), piece));
+        QVERIFY(!m_service.stateRecords(QStringLiteral("acme")).contains(piece));
         QCOMPARE(Program::sAutoIPList, QString());
     }
 

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -150,6 +151,21 @@ public:
         if (!file.open(QIODevice::ReadOnly))
             return {};
         return QJsonDocument::fromJson(file.readAll()).object();
+    }
+
+    // The user's records as the state file holds them, each as
+    // "domain;;type;;name;;address".
+    QStringList stateRecords(const QString &user) const
+    {
+        QStringList records;
+        const QJsonValue list = stateJson()[QLatin1String("records")][user];
+        for (const QJsonValue r : list.toArray())
+            records << QStringList{r[QLatin1String("domain")].toString(),
+                                   r[QLatin1String("type")].toString(),
+                                   r[QLatin1String("name")].toString(),
+                                   r[QLatin1String("address")].toString()}
+                           .join(QLatin1String(";;"));
+        return records;
     }
 
 private:
