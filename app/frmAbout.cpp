@@ -1,5 +1,7 @@
 #include "frmAbout.h"
 
+#include "Foreground.h"
+
 #include "Icons.h"
 #include "PictureButton.h"
 #include "Seams.h"
@@ -68,7 +70,10 @@ frmAbout::~frmAbout() = default;
 void frmAbout::ShowModal(QWidget *parent)
 {
     QPointer<frmAbout> box = new frmAbout(parent);
-    box->exec();
+    {
+        const Foreground::Scope modal;
+        box->exec();
+    }
     // Closed some other way than OK (Escape): still unloaded.
     if (box)
         Windows::Unload(box);

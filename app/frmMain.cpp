@@ -4,6 +4,7 @@
 
 #include "AdvancedTab.h"
 #include "CSizer.h"
+#include "Foreground.h"
 #include "Icons.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
@@ -32,6 +33,7 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStyle>
+#include <QSystemTrayIcon>
 #include <QTimer>
 #include <QTreeView>
 #include <optional>
@@ -174,6 +176,7 @@ frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
     tmrTimes->setObjectName(QStringLiteral("tmrTimes"));
     tmrTimes->setInterval(1000);
     tmrTimes->start();
+    m_engine = new RefreshEngine(*this, this);
 
     buildTray();
     connectHandlers();
@@ -185,6 +188,10 @@ frmMain::~frmMain()
 {
     if (MainWindow() == this)
         SetMainWindow(nullptr);
+    cSysTrayOn->hide();
+    cSysTrayOff->hide();
+    cSysTrayOn->deleteLater();
+    cSysTrayOff->deleteLater();
 }
 
 void frmMain::buildMenus()
@@ -742,6 +749,7 @@ void frmMain::ShowLoginModal()
         m_login = new frmLogin;
     if (m_login->windowTitle() == QLatin1String("Login"))
         m_login->setWindowTitle(Version::LoginCaption());
+    const Foreground::Scope login;
     m_login->exec();
 }
 
@@ -796,6 +804,7 @@ void frmMain::init()
     Trap(QStringLiteral("frmMain.init()"), [&] {
         clsUser &user = User();
         tmrAuto->start();
+        m_engine->Start();
         lblIPAddress->setText(user.sIPAddress);
         // Kept as ISO 8601 text; the up-time display reads it back.
         Program::sStartTime = Seams::Now().toString(Qt::ISODate);

@@ -2,7 +2,8 @@
 
 #include "AutoRefresh.h"
 #include "MainWindowPort.h"
-#include "RefreshTimer.h"
+#include "RefreshEngine.h"
+#include "RefreshPort.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -34,7 +35,7 @@ class frmLogin;
 // and "Top" are the position of its frame on the screen, its "Width" and
 // "Height" the size of the window inside the frame (menu bar included); the
 // saved geometry, the fixed panel sizes and the sizer all use these.
-class frmMain : public QMainWindow, public MainWindowPort
+class frmMain : public QMainWindow, public MainWindowPort, public RefreshPort
 {
     Q_OBJECT
 
@@ -153,10 +154,21 @@ public:
     void ToggleShortcutCName(QCheckBox *chkShortcut, const QString &sName);
 
     // --- Automatic refresh and tray (frmMain_refresh.cpp) -------------------------------
-    void UpdateDomainAutoIPs(const QString &ip);
     void ShowUpTime();
-    // Ticks of tmrAuto since the last check of the public address.
-    const RefreshTimer &Refresh() const { return m_refresh; }
+    // The automatic refresh that tmrAuto drives.
+    RefreshEngine &Engine() { return *m_engine; }
+    const RefreshTimer &Refresh() const { return m_engine->Timer(); }
+
+    // --- What the automatic refresh reads and shows ---------------------------------------
+    QString RefreshRateText() const override;
+    bool AutoIPTicked() const override;
+    bool RowsOnHold() const override;
+    QList<AutoRefresh::GridRow> Rows() const override;
+    void ShowCheckTime(const QString &caption) override;
+    void ShowAddress(const QString &address) override;
+    void FreeRecordReplaced(const QString &address) override;
+    void ReloadRows() override;
+    void Report(const RefreshOutcome &outcome) override;
 
     // --- Saving and closing (frmMain_close.cpp) -----------------------------------------------
     void SaveSettings();
@@ -225,12 +237,12 @@ private:
     void connectHandlers();
     void buildTray();
     void connectRefreshAndTray();
-    // The grid's rows in display order.
-    QList<AutoRefresh::GridRow> GridRows() const;
     // Brings the about box, or a visible login window, to the front; true
     // when there was one.
     bool BringDialogToFront();
     void TrayMouseUp(int button);
+    // Log Off and Exit asked for in the tray menu, once the icon's event is over.
+    void RunTrayRequests();
     // The prefix boxes' common click: sends nothing while the program fills them.
     void ShortcutBox_Click(QCheckBox *box, const QString &word);
     void CreateSizer();
@@ -265,8 +277,7 @@ private:
     bool m_sortDescending = false;
     bool m_sorted = false;
     bool m_filling = false;
-    RefreshTimer m_refresh;
-    bool m_ticking = false;
+    RefreshEngine *m_engine = nullptr;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
 };

@@ -153,6 +153,7 @@ void frmMain::closeEvent(QCloseEvent *event)
     }
     tmrAuto->stop();
     tmrTimes->stop();
+    m_engine->Stop();
     m_unloaded = true;
     // No icon of a closed program stays in the tray.
     SysTrayIcon(false);
@@ -161,6 +162,10 @@ void frmMain::closeEvent(QCloseEvent *event)
 
 void frmMain::mnuLogin_Click()
 {
+    // No check runs for the account that leaves; init starts them again for
+    // the one that logs in.
+    tmrAuto->stop();
+    m_engine->Stop();
     SaveSettings();
     hide();
     QPointer<frmMain> self(this);

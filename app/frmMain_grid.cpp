@@ -575,5 +575,5 @@ void frmMain::SetSort(int key, bool descending, bool sorted)
 void frmMain::UpdateAutoIpList()
 {
     Trap(QStringLiteral("frmMain.UpdateAutoIpList()"),
-         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(GridRows()); });
+         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(Rows()); });
 }

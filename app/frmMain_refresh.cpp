@@ -3,9 +3,10 @@
 
 #include "frmMain.h"
 
-#include "DateRules.h"
+#include "Foreground.h"
 #include "Icons.h"
 #include "RegistryStore.h"
+#include "RuntimeError.h"
 #include "Seams.h"
 #include "TextRules.h"
 #include "Windows.h"
@@ -45,83 +46,30 @@ Qt::WindowStates windowStateFromNumber(double value)
 
 void frmMain::tmrAuto_Timer()
 {
-    // A tick waits for the service inside the request; the timer is stopped
-    // meanwhile, so a slow check delays the next tick instead of running a
-    // second one inside the first. Errors are not trapped here: a refresh
-    // rate that is no number ends the program through the top-level report.
-    if (m_ticking)
-        return;
-    m_ticking = true;
-    const bool wasActive = tmrAuto->isActive();
-    tmrAuto->stop();
-    QPointer<frmMain> self(this);
-
-    clsUser &user = User();
-    if (m_refresh.Tick(cboRefreshRate->currentText())) {
-        lblLastIPCheck->setText(DateRules::FormatCheckTime(Seams::Now()));
-        if (AutoRefresh::ShouldAskService(chkAutoIP->isChecked(), user.bVeltrioOnly)) {
-            const QString ip = basDNS::GetIPAddress();
-            if (self && !ip.isEmpty()) {
-                lblIPAddress->setText(ip);
-                if (user.bVeltrioOnly) {
-                    if (lblIPAddress->text() != user.sIPAddress) {
-                        // The service replaces a record by removing the old
-                        // one and setting the new one. Each command reports
-                        // its outcome as a command of the user's would.
-                        QString host = user.sUsername;
-                        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete,
-                                           user.sRecordType, user.sIPAddress, true,
-                                           chkAutoIP->isChecked());
-                        host = user.sUsername;
-                        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordAdd,
-                                           user.sRecordType, lblIPAddress->text(), true,
-                                           chkAutoIP->isChecked());
-                        if (self) {
-                            txtVeltrioIP->setText(ip);
-                            lblTimesIPChanged->setText(
-                                TextRules::Increment(lblTimesIPChanged->text()));
-                        }
-                    }
-                } else {
-                    UpdateDomainAutoIPs(ip);
-                }
-            }
-        }
-    }
-
-    if (!self)
-        return;
-    m_ticking = false;
-    if (wasActive && !m_unloaded && !tmrAuto->isActive())
-        tmrAuto->start();
+    // The engine counts the tick and, when a check is due, runs it in the
+    // background. Errors are not trapped here: a refresh rate that is no
+    // number ends the program through the top-level report.
+    m_engine->Tick();
 }
 
-void frmMain::UpdateDomainAutoIPs(const QString &ip)
+QString frmMain::RefreshRateText() const
 {
-    Trap(QStringLiteral("frmMain.UpdateDomainAutoIPs()"), [&] {
-        // The user is at work in another panel; the next due check does it.
-        if (isVisible() && !frameGrid->isVisible())
-            return;
-        QPointer<frmMain> self(this);
-        for (const AutoRefresh::GridRow &row : GridRows()) {
-            const auto resend = AutoRefresh::ResendForRow(row, ip);
-            if (!resend)
-                continue;
-            // The add follows whatever became of the remove.
-            for (const auto &[args, command] : {std::pair{resend->remove, basDNS::RecordDelete},
-                                                std::pair{resend->add, basDNS::RecordAdd}}) {
-                QString host = args.host;
-                basDNS::DNSTickler(args.domain, host, command, args.recordType, args.address, true,
-                                   true);
-                if (!self)
-                    return;
-            }
-        }
-        FillDomainUserGrid();
-    });
+    return cboRefreshRate->currentText();
 }
 
-QList<AutoRefresh::GridRow> frmMain::GridRows() const
+bool frmMain::AutoIPTicked() const
+{
+    return chkAutoIP->isChecked();
+}
+
+bool frmMain::RowsOnHold() const
+{
+    // When the window is hidden in the tray the rows are always brought up
+    // to date.
+    return isVisible() && !frameGrid->isVisible();
+}
+
+QList<AutoRefresh::GridRow> frmMain::Rows() const
 {
     QList<AutoRefresh::GridRow> rows;
     rows.reserve(GridRowCount());
@@ -129,6 +77,56 @@ QList<AutoRefresh::GridRow> frmMain::GridRows() const
         rows.append(
             {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
     return rows;
+}
+
+void frmMain::ShowCheckTime(const QString &caption)
+{
+    lblLastIPCheck->setText(caption);
+}
+
+void frmMain::ShowAddress(const QString &address)
+{
+    lblIPAddress->setText(address);
+}
+
+void frmMain::FreeRecordReplaced(const QString &address)
+{
+    txtVeltrioIP->setText(address);
+    lblTimesIPChanged->setText(TextRules::Increment(lblTimesIPChanged->text()));
+}
+
+void frmMain::ReloadRows()
+{
+    FillDomainUserGrid();
+}
+
+void frmMain::Report(const RefreshOutcome &outcome)
+{
+    // Background work never waits on a person: failures go to the log, and
+    // the tray says what happened, once per check.
+    QStringList lines;
+    for (const RefreshCommand &command : outcome.commands) {
+        const QString name = command.host + QLatin1Char('.') + command.domain;
+        const bool removing = command.command == basDNS::RecordDelete;
+        if (command.ok) {
+            if (!removing)
+                lines.append(name + QStringLiteral(" set to ") + command.address);
+            continue;
+        }
+        const QString failure = QStringLiteral("Could not ") +
+                                (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
+                                QStringLiteral(" IP for ") + name + QStringLiteral(": ") +
+                                command.error;
+        lines.append(failure);
+        basErr::LogOnly(QStringLiteral("frmMain.tmrAuto_Timer()"),
+                        RuntimeError(ErrorNumber::Internal, failure));
+    }
+    sTrayText = lines.join(QLatin1Char('\n'));
+    QSystemTrayIcon *icon = cSysTrayOn->isVisible() ? cSysTrayOn : cSysTrayOff;
+    if (bTrayAvailable && icon->isVisible())
+        icon->showMessage(QStringLiteral("Veltrio"), sTrayText,
+                          outcome.Failed() ? QSystemTrayIcon::Warning
+                                           : QSystemTrayIcon::Information);
 }
 
 void frmMain::tmrTimes_Timer()
@@ -218,9 +216,11 @@ void frmMain::chkMX_Click()
 void frmMain::buildTray()
 {
     bTrayAvailable = QSystemTrayIcon::isSystemTrayAvailable();
-    cSysTrayOn = new QSystemTrayIcon(Icons::TrayOn(), this);
+    // The icons are not the window's children: the window may go while one
+    // of them is still delivering its event. They go after it.
+    cSysTrayOn = new QSystemTrayIcon(Icons::TrayOn());
     cSysTrayOn->setObjectName(QStringLiteral("cSysTrayOn"));
-    cSysTrayOff = new QSystemTrayIcon(Icons::TrayOff(), this);
+    cSysTrayOff = new QSystemTrayIcon(Icons::TrayOff());
     cSysTrayOff->setObjectName(QStringLiteral("cSysTrayOff"));
     for (QSystemTrayIcon *icon : {cSysTrayOn, cSysTrayOff})
         icon->setToolTip(kTrayTip);
@@ -299,12 +299,19 @@ void frmMain::TrayMouseUp(int button)
         activateWindow();
     }
     QPointer<frmMain> self(this);
-    if (button == 2)
+    if (button == 2) {
+        const Foreground::Scope menu;
         mnuPopup->exec(QCursor::pos());
-    // Log Off and Exit wait until the menu has closed: both unload windows,
-    // the menu's own among them.
-    if (!self)
-        return;
+    }
+    // Log Off and Exit wait until the menu has closed and the icon's own
+    // event is over: both unload windows, the icons' among them.
+    if (self && (bLogOffPending || bExitPending))
+        QMetaObject::invokeMethod(this, &frmMain::RunTrayRequests, Qt::QueuedConnection);
+}
+
+void frmMain::RunTrayRequests()
+{
+    QPointer<frmMain> self(this);
     if (bLogOffPending) {
         mnuPopupShow_Click();
         mnuLogin_Click();

@@ -1,6 +1,7 @@
 // veltrio-dns: the Veltrio Dynamic DNS client.
 
 #include "Application.h"
+#include "ExchangeQueue.h"
 #include "ProgramOptions.h"
 #include "UiSeams.h"
 #include "Windows.h"
@@ -30,7 +31,12 @@ int main(int argc, char *argv[])
     // leaves no window, and the program ends there.
     auto *main = new frmMain;
     main->Form_Load();
-    if (Windows::Loaded().isEmpty())
-        return 0;
-    return app.exec();
+    int status = 0;
+    if (!Windows::Loaded().isEmpty())
+        status = app.exec();
+    // An exchange already asked for still goes out (the add after a delete),
+    // each within its deadline.
+    ExchangeQueue &queue = ExchangeQueue::Instance();
+    queue.Drain(2 * queue.Deadline());
+    return status;
 }

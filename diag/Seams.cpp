@@ -1,5 +1,7 @@
 #include "Seams.h"
 
+#include "Foreground.h"
+
 #include <QThread>
 #include <cstdio>
 
@@ -42,6 +44,8 @@ QString DefaultTitle()
 
 Answer MsgBox(const QString &text, Buttons buttons, const QString &title)
 {
+    // The box waits for a person: background work waits until it closes.
+    const Foreground::Scope box;
     return installed().messageBox(text, buttons, title);
 }
 

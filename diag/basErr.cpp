@@ -141,6 +141,14 @@ void ReportError(const QString &label, const RuntimeError &error)
         std::rethrow_exception(logFailure);
 }
 
+void LogOnly(const QString &label, const RuntimeError &error)
+{
+    PassOver([&] {
+        LogError(LogFolder(), QString::number(error.number()), label, error.source(),
+                 error.description());
+    });
+}
+
 void ReportUnhandled(const RuntimeError &error)
 {
     Seams::MsgBox(QStringLiteral("Run-time error '%1':\r\n\r\n%2")

@@ -32,6 +32,10 @@ void LogError(const QString &logFolder, const QString &errorNumber, const QStrin
 // failure to write is then raised to the caller.
 void ReportError(const QString &label, const RuntimeError &error);
 
+// The report of background work, which never waits on a person: the log
+// entry only. A failure to write it is passed over.
+void LogOnly(const QString &label, const RuntimeError &error);
+
 // The report of an error that no procedure trapped; the program ends after it.
 void ReportUnhandled(const RuntimeError &error);
 

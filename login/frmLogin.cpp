@@ -548,6 +548,11 @@ void frmLogin::keyPressEvent(QKeyEvent *event)
 void frmLogin::closeEvent(QCloseEvent *event)
 {
     QDialog::closeEvent(event);
-    if (event->isAccepted())
-        Windows::Release(this);
+    if (!event->isAccepted())
+        return;
+    // The title bar's close is Exit: without a login there is no session
+    // for the main window to run.
+    if (event->spontaneous())
+        cmdExit_Click();
+    Windows::Release(this);
 }

@@ -6,7 +6,11 @@
 #include <QHttpServer>
 #include <QHttpServerRequest>
 #include <QHttpServerResponse>
+#include <QPointer>
+#include <QTcpSocket>
+#include <QTimer>
 #include <QUrlQuery>
+#include <memory>
 
 namespace {
 
@@ -34,6 +38,42 @@ QHttpServerResponse text(const QString &body, Status status = Status::Ok)
 
 ServiceHttp::ServiceHttp(DnsScript &script, QObject *parent) : QObject(parent), m_script(script) {}
 
+void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder &&responder)
+{
+    const QString query = request.url().query(QUrl::FullyEncoded);
+    const QString peer = request.remoteAddress().toString();
+    const Pace pace = std::exchange(m_nextPace, Pace::Normal);
+    if (pace == Pace::Normal) {
+        responder.write(m_script.answer(query, peer).toUtf8(), htmlType);
+        return;
+    }
+    // The responder outlives this call; its socket goes when the client
+    // gives up, and then nothing more is written.
+    auto held = std::make_shared<QHttpServerResponder>(std::move(responder));
+    const QPointer<QTcpSocket> socket = held->socket();
+    if (pace == Pace::Delay) {
+        QTimer::singleShot(m_paceMs, this, [this, held, socket, query, peer] {
+            if (socket)
+                held->write(m_script.answer(query, peer).toUtf8(), htmlType);
+        });
+        return;
+    }
+    const QByteArray body = m_script.answer(query, peer).toUtf8();
+    held->writeStatusLine();
+    held->writeHeader("Content-Type", htmlType);
+    held->writeHeader("Content-Length", QByteArray::number(body.size()));
+    auto *drip = new QTimer(this);
+    auto sent = std::make_shared<qsizetype>(0);
+    connect(drip, &QTimer::timeout, this, [held, socket, body, sent, drip] {
+        if (!socket || *sent >= body.size()) {
+            drip->deleteLater();
+            return;
+        }
+        held->writeBody(body.mid((*sent)++, 1));
+    });
+    drip->start(m_paceMs);
+}
+
 quint16 ServiceHttp::listen(const QHostAddress &address, quint16 port,
                             const std::optional<QSslConfiguration> &tls)
 {
@@ -51,10 +91,9 @@ quint16 ServiceHttp::listen(const QHostAddress &address, quint16 port,
 
 void ServiceHttp::addRoutes(QHttpServer &server)
 {
-    const auto script = [this](const QHttpServerRequest &request) {
-        const QString reply = m_script.answer(request.url().query(QUrl::FullyEncoded),
-                                              request.remoteAddress().toString());
-        return QHttpServerResponse(htmlType, reply.toUtf8());
+    const auto script = [this](const QHttpServerRequest &request,
+                               QHttpServerResponder &&responder) {
+        answer(request, std::move(responder));
     };
     server.route(QStringLiteral("/dnslogin3.asp"), script);
     server.route(QStringLiteral("/autoupdate/dnslogin3.asp"), script);
@@ -92,6 +131,24 @@ void ServiceHttp::addRoutes(QHttpServer &server)
         m_script.setNextReply(query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded));
         return text(QStringLiteral("the next request gets the given reply\n"));
     });
+
+    // A slow service for the client's tests: the next script request is
+    // answered late, or its reply trickles out a byte at a time.
+    for (const auto &[path, pace] :
+         {std::pair{QStringLiteral("/admin/next-delay"), Pace::Delay},
+          std::pair{QStringLiteral("/admin/next-trickle"), Pace::Trickle}}) {
+        server.route(path, [this, pace](const QHttpServerRequest &request) {
+            if (!fromLoopback(request))
+                return text(QStringLiteral("forbidden\n"), Status::Forbidden);
+            bool ok = false;
+            const int ms = request.query().queryItemValue(QStringLiteral("ms")).toInt(&ok);
+            if (!ok || ms < 0)
+                return text(QStringLiteral("give the time as ms=N\n"), Status::BadRequest);
+            m_nextPace = pace;
+            m_paceMs = ms;
+            return text(QStringLiteral("the next request goes slowly\n"));
+        });
+    }
 
     for (const QString &path : WebPages::paths()) {
         server.route(path, [path](const QHttpServerRequest &) {

@@ -7,6 +7,8 @@
 
 class DnsScript;
 class QHttpServer;
+class QHttpServerRequest;
+class QHttpServerResponder;
 
 // The HTTP side of the service: the script at "/dnslogin3.asp" (plain-HTTP
 // endpoint) and "/autoupdate/dnslogin3.asp" (HTTPS endpoint), the web pages,
@@ -14,6 +16,8 @@ class QHttpServer;
 //   /admin/public-ip?address=A.B.C.D   the address the service reports
 //   /admin/requests[?clear=1]          the query texts received, one a line
 //   /admin/next-reply?text=...         the whole reply to the next request
+//   /admin/next-delay?ms=N             the next request is answered after N ms
+//   /admin/next-trickle?ms=N           the next reply goes out one byte every N ms
 // Every listener serves every path.
 class ServiceHttp : public QObject
 {
@@ -27,6 +31,11 @@ public:
 
 private:
     void addRoutes(QHttpServer &server);
+    // Answers one script request, slowly when an admin request asked for it.
+    void answer(const QHttpServerRequest &request, QHttpServerResponder &&responder);
 
     DnsScript &m_script;
+    enum class Pace { Normal, Delay, Trickle };
+    Pace m_nextPace = Pace::Normal;
+    int m_paceMs = 0;
 };

@@ -1,9 +1,9 @@
 #include "Transport.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QLoggingCategory>
 #include <QNetworkAccessManager>
+#include <QNetworkProxyFactory>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPointer>
@@ -28,6 +28,9 @@ QNetworkAccessManager *manager()
 {
     static QPointer<QNetworkAccessManager> instance;
     if (!instance) {
+        // The platform's proxy settings (http_proxy and the like), as any
+        // other program of the desktop uses them.
+        QNetworkProxyFactory::setUseSystemConfiguration(true);
         instance = new QNetworkAccessManager(QCoreApplication::instance());
         qAddPostRoutine([] { delete instance.data(); });
     }
@@ -82,33 +85,24 @@ QUrl RequestUrl(const QString &text)
     return QUrl::fromEncoded(encoded, QUrl::TolerantMode);
 }
 
-QString Get(const QUrl &url, int timeoutMilliseconds, const QString &caFile)
+QNetworkReply *StartGet(const QUrl &url, const QString &caFile)
 {
     if (!QCoreApplication::instance() || !url.isValid())
-        return QString();
-
+        return nullptr;
     QNetworkRequest request(url);
-    request.setTransferTimeout(timeoutMilliseconds);
     if (url.scheme().compare(QLatin1String("https"), Qt::CaseInsensitive) == 0)
         request.setSslConfiguration(sslConfiguration(caFile));
+    return manager()->get(request);
+}
 
-    QNetworkReply *reply = manager()->get(request);
-    if (!reply->isFinished()) {
-        QEventLoop loop;
-        QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-        loop.exec(QEventLoop::ExcludeUserInputEvents);
-    }
-
-    QString body;
-    if (reply->error() == QNetworkReply::NoError) {
-        body = QString::fromUtf8(reply->readAll());
-    } else {
-        // The query is left out: it carries the password.
-        qCInfo(lcTransport) << "request to" << url.adjusted(QUrl::RemoveQuery).toString()
-                            << "failed:" << reply->errorString();
-    }
-    reply->deleteLater();
-    return body;
+QString Body(QNetworkReply *reply)
+{
+    if (reply->error() == QNetworkReply::NoError)
+        return QString::fromUtf8(reply->readAll());
+    // The query is left out: it carries the password.
+    qCInfo(lcTransport) << "request to" << reply->url().adjusted(QUrl::RemoveQuery).toString()
+                        << "failed:" << reply->errorString();
+    return QString();
 }
 
 } // namespace Transport

@@ -3,8 +3,11 @@
 #include <QString>
 #include <QUrl>
 
-// The one way the program talks HTTP: a synchronous GET through one
-// program-wide QNetworkAccessManager, with certificate checks on.
+class QNetworkReply;
+
+// The one way the program talks HTTP: GETs through one program-wide
+// QNetworkAccessManager, with certificate checks on and the system's proxy
+// configuration. Only the exchange queue starts requests.
 namespace Transport {
 
 // The URL of a request text, taken as it stands. Only what a request line
@@ -15,10 +18,13 @@ namespace Transport {
 // character itself, which means the same to any server).
 QUrl RequestUrl(const QString &text);
 
-// GETs the URL and returns the reply body; empty when the transfer fails (no
-// connection, timeout, TLS failure, HTTP error status). Waits in a local event
-// loop that keeps windows painting but holds back user input. HTTPS trusts the
-// system's CAs plus those in the PEM file caFile, when one is named.
-QString Get(const QUrl &url, int timeoutMilliseconds, const QString &caFile);
+// Starts a GET of the URL; the caller owns the reply. HTTPS trusts the
+// system's CAs plus those in the PEM file caFile, when one is named. Null
+// without an application object or for an invalid URL.
+QNetworkReply *StartGet(const QUrl &url, const QString &caFile);
+
+// The body of a finished reply; empty when the transfer failed (no
+// connection, aborted, TLS failure, HTTP error status).
+QString Body(QNetworkReply *reply);
 
 } // namespace Transport

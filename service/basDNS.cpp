@@ -1,5 +1,6 @@
 #include "basDNS.h"
 
+#include "ExchangeQueue.h"
 #include "MainWindowPort.h"
 #include "RecordList.h"
 #include "RuntimeError.h"
@@ -12,8 +13,6 @@
 
 namespace basDNS {
 namespace {
-
-int transferTimeout = 60000;
 
 const QString MessageTitle = QStringLiteral("Veltrio");
 const QString ParagraphEnd = QStringLiteral("</p");
@@ -59,18 +58,25 @@ QString HttpsURL()
 
 QString OpenRequest(const QString &query)
 {
-    return Transport::Get(Transport::RequestUrl(Program::sServiceURL + query), transferTimeout,
-                          Config().caCertificates);
+    return ExchangeQueue::Instance().Send(Transport::RequestUrl(Program::sServiceURL + query),
+                                          Config().caCertificates);
+}
+
+void PostRequest(const QString &query, QObject *context,
+                 std::function<void(const QString &reply)> done)
+{
+    ExchangeQueue::Instance().Post(Transport::RequestUrl(Program::sServiceURL + query),
+                                   Config().caCertificates, context, std::move(done));
 }
 
 int TransferTimeout()
 {
-    return transferTimeout;
+    return ExchangeQueue::Instance().Deadline();
 }
 
 void SetTransferTimeout(int milliseconds)
 {
-    transferTimeout = milliseconds;
+    ExchangeQueue::Instance().SetDeadline(milliseconds);
 }
 
 QString GetReplyValue(const QString &reply, const QString &label)
@@ -121,6 +127,33 @@ void SetConnectionStatus(bool success)
 
 // --- Record commands ----------------------------------------------------------------
 
+QString TicklerQuery(const QString &domain, const QString &host, const QString &command,
+                     const QString &recordType, const QString &address)
+{
+    const clsUser &user = User();
+    return QStringLiteral("?FXN=DNSTickler&Usr=") + user.sUsername + QStringLiteral("&Pwd=") +
+           user.sPassword + QStringLiteral("&Cname=") + host + QStringLiteral("&Domain=") + domain +
+           QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") + recordType +
+           QStringLiteral("&IPAddress=") + address;
+}
+
+bool ApplyTicklerReply(const QString &reply, const QString &domain, const QString &host,
+                       const QString &command, const QString &recordType, const QString &address,
+                       bool bAutoIP)
+{
+    if (!IsSuccess(reply)) {
+        SetConnectionStatus(false);
+        return false;
+    }
+    clsUser &user = User();
+    SetConnectionStatus(true);
+    user.sIPAddress = address;
+    user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+    if (!user.bVeltrioOnly)
+        UpdateAutoIpEntry(domain, host, command, recordType, address, bAutoIP);
+    return true;
+}
+
 bool DNSTickler(const QString &domain, QString &host, const QString &command,
                 const QString &recordType, const QString &address, bool bShowMessages, bool bAutoIP)
 {
@@ -129,19 +162,10 @@ bool DNSTickler(const QString &domain, QString &host, const QString &command,
     Trap(QStringLiteral("basDNS.DNSTickler()"), [&] {
         if (host.isEmpty())
             host = QStringLiteral("@");
-        clsUser &user = User();
-        const QString reply = OpenRequest(
-            QStringLiteral("?FXN=DNSTickler&Usr=") + user.sUsername + QStringLiteral("&Pwd=") +
-            user.sPassword + QStringLiteral("&Cname=") + host + QStringLiteral("&Domain=") +
-            domain + QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") +
-            recordType + QStringLiteral("&IPAddress=") + address);
+        const QString reply = OpenRequest(TicklerQuery(domain, host, command, recordType, address));
         const bool removing = command == RecordDelete;
         if (IsSuccess(reply)) {
-            SetConnectionStatus(true);
-            user.sIPAddress = address;
-            user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
-            if (!user.bVeltrioOnly)
-                UpdateAutoIpEntry(domain, host, command, recordType, address, bAutoIP);
+            ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
             if (bShowMessages)
                 Seams::MsgBox(QStringLiteral("Transaction Complete:\nIP ") +
                                   (removing ? QStringLiteral("Removed") : QStringLiteral("Set")) +
@@ -150,13 +174,14 @@ bool DNSTickler(const QString &domain, QString &host, const QString &command,
                               Seams::Buttons::Ok, MessageTitle);
             result = true;
         } else {
+            // The status follows the box, as the service's refusal is read first.
             if (bShowMessages)
                 Seams::MsgBox(QStringLiteral("Could not ") +
                                   (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
                                   QStringLiteral(" IP.  ") +
                                   GetReplyValue(reply, QStringLiteral("Error:")),
                               Seams::Buttons::Ok, Seams::DefaultTitle());
-            SetConnectionStatus(false);
+            ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
             result = false;
         }
     });
@@ -205,13 +230,13 @@ bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &com
     return result;
 }
 
-QString GetIPAddress()
+namespace {
+
+// What the address query's reply does to the session; every step runs even
+// when the one before it failed. The address, empty on failure.
+QString applyIPAddressReply(const QString &reply)
 {
-    // Every step runs even when the one before it failed.
-    QString reply;
     QString address;
-    PassOver(
-        [&] { reply = OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=") + User().sUsername); });
     if (IsSuccess(reply)) {
         PassOver([&] { SetConnectionStatus(true); });
         PassOver([&] { address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
@@ -222,6 +247,27 @@ QString GetIPAddress()
         PassOver([&] { SetConnectionStatus(false); });
     }
     return address;
+}
+
+QString ipAddressQuery()
+{
+    return QStringLiteral("?FXN=GetIPAddress&Usr=") + User().sUsername;
+}
+
+} // namespace
+
+QString GetIPAddress()
+{
+    QString reply;
+    PassOver([&] { reply = OpenRequest(ipAddressQuery()); });
+    return applyIPAddressReply(reply);
+}
+
+void PostGetIPAddress(QObject *context, std::function<void(const QString &address)> done)
+{
+    PostRequest(ipAddressQuery(), context, [done = std::move(done)](const QString &reply) {
+        done(applyIPAddressReply(reply));
+    });
 }
 
 void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 #include <optional>
+
+class QObject;
 
 // Talking to the service: the endpoint rules, the one synchronous request,
 // reading labelled values out of replies, and the record commands.
@@ -19,10 +22,15 @@ QString HttpsURL();
 
 // --- Transport ----------------------------------------------------------------
 // GETs sServiceURL + query and returns the reply body; empty when the transfer
-// fails (no connection, timeout, TLS failure, HTTP error). Waits for the reply
-// in a local event loop: the window keeps painting, user input is blocked.
+// fails (no connection, deadline, TLS failure, HTTP error). The request waits
+// its turn in the exchange queue, then for the reply, in a local event loop:
+// the window keeps painting, user input is blocked.
 QString OpenRequest(const QString &query);
-// The transfer timeout in milliseconds (60000 unless a test shortens it).
+// The same GET for background work: done runs with the reply body once it is
+// in, unless context is gone by then. Nothing waits.
+void PostRequest(const QString &query, QObject *context,
+                 std::function<void(const QString &reply)> done);
+// The deadline of one exchange in milliseconds (60000 unless a test shortens it).
 int TransferTimeout();
 void SetTransferTimeout(int milliseconds);
 
@@ -44,11 +52,24 @@ void SetConnectionStatus(bool success);
 bool DNSTickler(const QString &domain, QString &host, const QString &command,
                 const QString &recordType, const QString &address, bool bShowMessages,
                 bool bAutoIP);
+// The query of a DNSTickler command, the host already as it is sent.
+QString TicklerQuery(const QString &domain, const QString &host, const QString &command,
+                     const QString &recordType, const QString &address);
+// What the reply to a DNSTickler command does to the session: on success the
+// connection status, sIPAddress, the record list and the auto-IP list; on
+// failure the connection status. True on success. A malformed record list
+// raises an invalid-argument error.
+bool ApplyTicklerReply(const QString &reply, const QString &domain, const QString &host,
+                       const QString &command, const QString &recordType, const QString &address,
+                       bool bAutoIP);
 // Sets or removes one record under the free sub-domain.
 bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &command,
                         const QString &recordType, const QString &address, bool bShowMessages);
 // The caller's public address as the service sees it; empty on failure.
 QString GetIPAddress();
+// The address query for background work: done gets the address, empty on
+// failure. The reply reaches the session as GetIPAddress's does.
+void PostGetIPAddress(QObject *context, std::function<void(const QString &address)> done);
 // Keeps sAutoIPList in step with a DNSTickler command.
 void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
                        const QString &recordType, const QString &address, bool bAutoIP);

@@ -5,6 +5,7 @@
 #include "RuntimeError.h"
 #include "frmAbout.h"
 
+#include <QMenu>
 #include <QSystemTrayIcon>
 
 using namespace Qt::StringLiterals;
@@ -30,6 +31,17 @@ class TestFrmMainRefresh : public MainWindowTest
         return *m_window;
     }
 
+    // One tick, and the check it started run to its end.
+    bool check(frmMain &w)
+    {
+        w.tmrAuto_Timer();
+        return settled(&w);
+    }
+
+    static inline const QString kMailAuto = u"ACME.TEST;;A;;MAIL;;203.0.113.7~~"_s;
+    static inline const QString kTickler = u"FXN=DNSTickler&Usr=%1&Pwd=%1&Cname=%2&Domain=%3"
+                                           "&DNSCommand=RECORD%4&RecordType=%5&IPAddress=%6"_s;
+
 private slots:
     void init() { QVERIFY2(startService(), qPrintable(m_service->errorString())); }
     void cleanup() { tearDown(); }
@@ -40,58 +52,54 @@ private slots:
         const QString changed = QString::number(w.lblTimesIPChanged->text().toInt() + 1);
         QVERIFY(m_service->setPublicIp(kNew));
         // Not automatic: the check is due and its time is shown, nothing is asked.
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QCOMPARE(w.lblLastIPCheck->text(), u"11/22/26 2:05:09 pm"_s);
         QCOMPARE(m_service->requests(), QStringList());
         w.chkAutoIP->click();
         m_seams->messages.clear();
-        w.tmrAuto_Timer();
-        const QString query = u"FXN=DNSTickler&Usr=demo&Pwd=demo&Cname=demo&Domain=dyn.veltrio.test"
-                              "&DNSCommand=%1&RecordType=A&IPAddress=%2"_s;
-        QCOMPARE(sent(), (QStringList{query.arg("RECORDDELETE"_L1, kOld),
-                                      query.arg("RECORDADD"_L1, kNew)}));
+        QVERIFY(check(w));
+        const QString query = kTickler.arg(u"demo"_s, u"demo"_s, u"dyn.veltrio.test"_s);
+        QCOMPARE(sent(), (QStringList{query.arg("DELETE"_L1, "A"_L1, kOld),
+                                      query.arg("ADD"_L1, "A"_L1, kNew)}));
         QCOMPARE(w.lblIPAddress->text(), kNew);
         QCOMPARE(w.txtVeltrioIP->text(), kNew);
         QCOMPARE(w.lblTimesIPChanged->text(), changed);
-        // Each command reported its outcome.
-        QCOMPARE(m_seams->messages.size(), 2);
+        // Nobody has to click anything for it: no box, the tray tells.
+        QCOMPARE(m_seams->messages.size(), 0);
+        QCOMPARE(w.sTrayText, u"demo.dyn.veltrio.test set to 198.51.100.50"_s);
 
         // The same address again: nothing to send, nothing counted.
         m_service->clearRequests();
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QCOMPARE(m_service->requests(), QStringList{u"FXN=GetIPAddress&Usr=demo"_s});
         QCOMPARE(w.lblTimesIPChanged->text(), changed);
     }
 
     void ownDomains_resendOnlyAutomaticRows()
     {
-        frmMain &w =
-            start("acme", {{"AutoIPs", u"ACME.TEST;;A;;MAIL;;203.0.113.7~~ACME-SHOP.TEST;;"
-                                       "PORT RELAY;;SHOP;;HTTP://203.0.113.7:8080/SHOP~~"_s}});
+        frmMain &w = start("acme", {{"AutoIPs", kMailAuto + u"ACME-SHOP.TEST;;PORT RELAY;;SHOP;;"
+                                                            "HTTP://203.0.113.7:8080/SHOP~~"_s}});
         QVERIFY(m_service->setPublicIp(kNew));
         // Busy in the editor: this check leaves the records alone.
         w.cmdAddGrid_Click();
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QCOMPARE(sent(), QStringList());
         w.cmdCancel_Click();
 
-        w.tmrAuto_Timer();
-        const QString query = u"FXN=DNSTickler&Usr=acme&Pwd=acme&Cname=%1&Domain=%2"
-                              "&DNSCommand=RECORD%3&RecordType=%4&IPAddress=%5"_s;
-        const QString mail[] = {u"mail"_s, u"acme.test"_s, u"A"_s};
-        const QString shop[] = {u"shop"_s, u"acme-shop.test"_s, u"PORT RELAY"_s};
-        QCOMPARE(sent(), (QStringList{query.arg(mail[0], mail[1], "DELETE"_L1, mail[2], kOld),
-                                      query.arg(mail[0], mail[1], "ADD"_L1, mail[2], kNew),
-                                      query.arg(shop[0], shop[1], "DELETE"_L1, shop[2],
-                                                "Http://203.0.113.7:8080/shop"_L1),
-                                      query.arg(shop[0], shop[1], "ADD"_L1, shop[2],
-                                                "http://198.51.100.50:8080/shop"_L1)}));
-        QCOMPARE(m_seams->messages.size(), 4);
+        QVERIFY(check(w));
+        const QString mail = kTickler.arg(u"acme"_s, u"mail"_s, u"acme.test"_s);
+        const QString shop = kTickler.arg(u"acme"_s, u"shop"_s, u"acme-shop.test"_s);
+        QCOMPARE(sent(),
+                 (QStringList{
+                     mail.arg("DELETE"_L1, "A"_L1, kOld), mail.arg("ADD"_L1, "A"_L1, kNew),
+                     shop.arg("DELETE"_L1, "PORT RELAY"_L1, "Http://203.0.113.7:8080/shop"_L1),
+                     shop.arg("ADD"_L1, "PORT RELAY"_L1, "http://198.51.100.50:8080/shop"_L1)}));
+        QCOMPARE(m_seams->messages.size(), 0);
         // Both rows stay automatic at their new addresses: the next check sends nothing.
         const QAbstractItemModel *grid = w.lvDomainUser->model();
         QCOMPARE(grid->match(grid->index(0, 4), Qt::DisplayRole, u"Yes"_s, -1).size(), 2);
         m_service->clearRequests();
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QCOMPARE(sent(), QStringList());
     }
 
@@ -101,35 +109,134 @@ private slots:
         const int rows = w.lvDomainUser->model()->rowCount();
         QVERIFY(w.cSysTrayOn->isVisible() && !w.cSysTrayOff->isVisible());
         m_service->stop();
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QVERIFY(!w.cSysTrayOn->isVisible() && w.cSysTrayOff->isVisible());
         QCOMPARE(w.lvDomainUser->model()->rowCount(), rows);
         QCOMPARE(w.lblIPAddress->text(), kOld);
 
         QVERIFY(m_service->start(ServiceProcess::HttpOnly, kNew));
         Program::sServiceURL = m_service->scriptUrl().toString();
-        w.tmrAuto_Timer();
+        QVERIFY(check(w));
         QVERIFY(w.cSysTrayOn->isVisible() && !w.cSysTrayOff->isVisible());
         QCOMPARE(w.lblIPAddress->text(), kNew);
     }
 
-    void tick_neverRunsInsideAnother_rateErrorNotCaught()
+    // The check runs in the background: the tick returns at once and the
+    // window takes the user's input while the service stays silent.
+    void silentService_neverHoldsTheWindow_rateErrorNotCaught()
     {
         frmMain &w = start("acme");
-        bool activeWhileWaiting = true;
-        // Runs while the first tick waits for the service's answer.
-        QTimer::singleShot(0, &w, [&] {
-            activeWhileWaiting = w.tmrAuto->isActive();
-            w.tmrAuto_Timer();
-        });
+        basDNS::SetTransferTimeout(1500);
+        QVERIFY(m_service->setNextDelay(30000));
         w.tmrAuto_Timer();
-        QVERIFY(!activeWhileWaiting);
-        QCOMPARE(sent("FXN=GetIPAddress").size(), 1);
-        QVERIFY(w.tmrAuto->isActive());
+        QVERIFY(!w.Engine().Idle() && w.isEnabled());
+        w.cmdAddGrid_Click();
+        QVERIFY(w.frameOtherDomain->isVisible());
+        QVERIFY(settled(&w));
+        QCOMPARE(w.lblStatus->text(), u"Not Connected with Server"_s);
         // A rate that is no number is not caught here.
         w.cboRefreshRate->addItem(u"abc"_s);
         w.cboRefreshRate->setCurrentText(u"abc"_s);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, w.tmrAuto_Timer());
+    }
+
+    // A check that falls due while the user's delete waits for a slow
+    // service runs after it, and does not bring the record back.
+    void userDelete_isNotUndoneByADueCheck()
+    {
+        frmMain &w = start("acme", {{"AutoIPs", kMailAuto}});
+        QVERIFY(m_service->setPublicIp(kNew));
+        select(w, u"mail"_s);
+        QVERIFY(m_service->setNextDelay(1500));
+        QTimer::singleShot(300, &w, [&] { w.tmrAuto_Timer(); });
+        w.cmdDeleteGrid_Click();
+        QVERIFY(settled(&w));
+        QCOMPARE(
+            sent(),
+            QStringList{
+                kTickler.arg(u"acme"_s, u"mail"_s, u"acme.test"_s).arg("DELETE"_L1, "A"_L1, kOld)});
+        QVERIFY(!stateNames(u"acme"_s).join(u' ').contains(u"mail="_s));
+        QCOMPARE(sent("FXN=GetIPAddress").size(), 1);
+    }
+
+    // The delete question left open across a due check: the grid keeps the
+    // row the question is about, and Yes deletes it.
+    void deleteQuestion_openAcrossADueCheck_stillDeletes()
+    {
+        frmMain &w = start("acme", {{"AutoIPs", kMailAuto}});
+        QVERIFY(m_service->setPublicIp(kNew));
+        select(w, u"www"_s);
+        m_seams->during = [&](const TestSeams::Shown &box) {
+            if (box.buttons == Seams::Buttons::YesNo) {
+                w.tmrAuto_Timer();
+                QTest::qWait(300);
+            }
+        };
+        w.cmdDeleteGrid_Click();
+        QVERIFY(settled(&w));
+        QCOMPARE(sent().value(0), kTickler.arg(u"acme"_s, u"www"_s, u"acme.test"_s)
+                                      .arg("DELETE"_L1, "CNAME"_L1, "acme.test"_L1));
+        QVERIFY(!stateNames(u"acme"_s).contains(u"www=acme.test"_s));
+        // The deferred check ran after the question, on the rows left.
+        QVERIFY(stateNames(u"acme"_s).contains(u"mail="_s + kNew));
+    }
+
+    // Closing and logging off take the free sub-domain down; a check that
+    // falls due meanwhile (its box up, or the login window) never puts it
+    // back, and no check runs until the next login.
+    void freeRecordTakenDown_staysDown_data()
+    {
+        QTest::addColumn<bool>("logOff");
+        QTest::newRow("File > Exit, check during the removal's box") << false;
+        QTest::newRow("Log Off, check while the login window is up") << true;
+    }
+    void freeRecordTakenDown_staysDown()
+    {
+        QFETCH(bool, logOff);
+        frmMain &w = start("demo");
+        w.chkAutoIP->click();
+        QVERIFY(m_service->setPublicIp(kNew));
+        bool tickingAtLogin = true;
+        m_onLogin = [&](frmLogin *login) {
+            tickingAtLogin = w.tmrAuto->isActive();
+            w.tmrAuto_Timer();
+            QTest::qWait(300);
+            login->cmdExit_Click();
+        };
+        m_seams->during = [&](const TestSeams::Shown &box) {
+            if (!logOff && box.text.startsWith(u"Transaction Complete"_s)) {
+                w.tmrAuto_Timer();
+                QTest::qWait(300);
+            }
+        };
+        if (logOff)
+            w.mnuLogin_Click();
+        else
+            w.mnuLogout_Click();
+        QTRY_VERIFY(m_window.isNull());
+        QVERIFY(settled(nullptr));
+        QCOMPARE(m_loginShown, logOff);
+        if (logOff)
+            QVERIFY(!tickingAtLogin);
+        QCOMPARE(stateNames(u"demo"_s), QStringList());
+        QVERIFY(sent("RECORDADD").isEmpty());
+    }
+
+    // Exit from the tray menu waits until the icon's event is over: the
+    // window goes afterwards, with its settings saved.
+    void trayMenuExit_unloadsAfterTheIconsEvent()
+    {
+        frmMain &w = start("acme");
+        QTimer::singleShot(100, &w, [&] {
+            w.mnuPopupExit->trigger();
+            w.mnuPopup->close();
+        });
+        emit w.cSysTrayOn->activated(QSystemTrayIcon::Context);
+        QVERIFY(Windows::Find(u"frmMain"_s));
+        QTRY_VERIFY(m_window.isNull());
+        QVERIFY(Windows::Loaded().isEmpty());
+        QCOMPARE(readValue(kInit, "bSaveLogin"), u"1"_s);
+        QCOMPARE(readValue(userKey(u"acme"_s), "SortCol"), u"0"_s);
     }
 
     void shortcuts_data()

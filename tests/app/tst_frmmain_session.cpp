@@ -3,6 +3,8 @@
 // a record to deleting it.
 #include "MainWindowTest.h"
 
+#include <QCloseEvent>
+
 #include "PictureButton.h"
 #include "Twips.h"
 
@@ -21,28 +23,6 @@ class TestFrmMainSession : public MainWindowTest
         login->txtUsername->setText(user);
         login->txtPassword->setText(user);
         login->cmdLogin_Click();
-    }
-    // The service's records of the user, as "name=address".
-    QStringList stateNames(const QString &user) const
-    {
-        QStringList names;
-        for (const QString &record : m_service->stateRecords(user))
-            names << record.section(u";;"_s, 2, 2) + u'=' + record.section(u";;"_s, 3);
-        return names;
-    }
-    static int rowNamed(const frmMain &w, const QString &name)
-    {
-        const QAbstractItemModel *grid = w.lvDomainUser->model();
-        const auto hits =
-            grid->match(grid->index(0, 2), Qt::DisplayRole, name, 1, Qt::MatchExactly);
-        return hits.isEmpty() ? -1 : hits[0].row();
-    }
-    static void select(frmMain &w, const QString &name)
-    {
-        const int row = rowNamed(w, name);
-        QVERIFY(row >= 0);
-        const QRect r = w.lvDomainUser->visualRect(w.lvDomainUser->model()->index(row, 1));
-        QTest::mouseClick(w.lvDomainUser->viewport(), Qt::LeftButton, {}, r.center());
     }
 
 private slots:
@@ -90,6 +70,21 @@ private slots:
         QCOMPARE(m_window->windowTitle(), u"Veltrio Dynamic DNS"_s);
         QVERIFY(!Windows::Find(u"frmMain"_s));
         QVERIFY(!m_window->tmrAuto->isActive());
+    }
+
+    // Closing the login window by its title bar at start-up is Exit: no
+    // main window without a session.
+    void loginTitleBarClose_endsTheLoad()
+    {
+        m_onLogin = [](frmLogin *login) {
+            QCloseEvent close; // as the window system sends it
+            QCoreApplication::sendEvent(login->windowHandle(), &close);
+        };
+        m_window = new frmMain;
+        m_window->Form_Load();
+        QVERIFY(m_loginShown);
+        QVERIFY(Windows::Loaded().isEmpty());
+        QVERIFY(!m_window || !m_window->tmrAuto->isActive());
     }
 
     void submit_data()

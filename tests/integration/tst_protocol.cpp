@@ -7,7 +7,6 @@
 #include "basErr.h"
 #include "clsUser.h"
 
-#include <QElapsedTimer>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTest>
@@ -311,18 +310,42 @@ private slots:
         QVERIFY(!basDNS::GetIPAddress().isEmpty());
     }
 
-    void silentServer_givesEmptyReplyAfterTimeout()
+    // The deadline covers the whole exchange: a service that never answers
+    // and one that trickles its reply a byte at a time both end in the
+    // empty reply of a failed transfer, and the next request goes through.
+    void slowService_endsAtTheDeadline_data()
     {
-        QTcpServer silent; // connections wait in its backlog, never answered
-        QVERIFY(silent.listen(QHostAddress::LocalHost, 0));
-        Program::sServiceURL =
-            QStringLiteral("http://127.0.0.1:%1/dnslogin3.asp").arg(silent.serverPort());
-        basDNS::SetTransferTimeout(300);
-        QElapsedTimer clock;
-        clock.start();
+        QTest::addColumn<bool>("trickle");
+        QTest::newRow("silent") << false;
+        QTest::newRow("one byte every 100 ms") << true;
+    }
+    void slowService_endsAtTheDeadline()
+    {
+        QFETCH(bool, trickle);
+        useService(false);
+        QVERIFY(trickle ? m_service.setNextTrickle(100) : m_service.setNextDelay(30000));
+        basDNS::SetTransferTimeout(800);
         QCOMPARE(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme")), QString());
-        // The shortened timeout ended the wait, not the 60 s default.
-        QVERIFY2(clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY(
+            basDNS::IsSuccess(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"))));
+    }
+
+    // Requests go through the proxy the environment names, as other programs'
+    // do: the service itself stands in as the proxy for a host name that
+    // resolves nowhere.
+    void systemProxy_isUsed()
+    {
+        const QByteArray saved = qgetenv("http_proxy");
+        qputenv("http_proxy",
+                QStringLiteral("http://127.0.0.1:%1").arg(m_service.httpPort()).toLatin1());
+        Program::sServiceURL = QStringLiteral("http://update.veltrio.test/dnslogin3.asp");
+        const QString reply = basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"));
+        if (saved.isNull())
+            qunsetenv("http_proxy");
+        else
+            qputenv("http_proxy", saved);
+        QVERIFY(basDNS::IsSuccess(reply));
+        QCOMPARE(m_service.requests(), QStringList{QStringLiteral("FXN=GetIPAddress&Usr=acme")});
     }
 
     void untrustedCertificate_isRefused()

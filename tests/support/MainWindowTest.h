@@ -5,9 +5,11 @@
 #include "frmLogin.h"
 #include "frmMain.h"
 
+#include "ExchangeQueue.h"
 #include "RegistryStore.h"
 #include "ServiceConfig.h"
 #include "Windows.h"
+#include "basDNS.h"
 #include "basErr.h"
 #include "clsUser.h"
 
@@ -61,6 +63,7 @@ protected:
     {
         QStandardPaths::setTestModeEnabled(true);
         Program::Reset();
+        basDNS::SetTransferTimeout(60000);
         ServiceConfig config = ServiceConfig::Defaults();
         config.httpHost = QStringLiteral("127.0.0.1");
         SetConfig(config);
@@ -101,11 +104,43 @@ protected:
         return queries.replaceInStrings(QLatin1String("%20"), QLatin1String(" "));
     }
 
+    // The service's records of the user, as "name=address".
+    QStringList stateNames(const QString &user) const
+    {
+        QStringList names;
+        for (const QString &record : m_service->stateRecords(user))
+            names << record.section(QLatin1String(";;"), 2, 2) + u'=' +
+                         record.section(QLatin1String(";;"), 3);
+        return names;
+    }
+    static int rowNamed(const frmMain &w, const QString &name)
+    {
+        const QAbstractItemModel *grid = w.lvDomainUser->model();
+        const auto hits =
+            grid->match(grid->index(0, 2), Qt::DisplayRole, name, 1, Qt::MatchExactly);
+        return hits.isEmpty() ? -1 : hits[0].row();
+    }
+    static void select(frmMain &w, const QString &name)
+    {
+        const int row = rowNamed(w, name);
+        QVERIFY(row >= 0);
+        const QRect r = w.lvDomainUser->visualRect(w.lvDomainUser->model()->index(row, 1));
+        QTest::mouseClick(w.lvDomainUser->viewport(), Qt::LeftButton, {}, r.center());
+    }
+
+    // Waits until no check runs or waits and every exchange asked for is done.
+    static bool settled(frmMain *w)
+    {
+        return QTest::qWaitFor(
+            [w] { return (!w || w->Engine().Idle()) && ExchangeQueue::Instance().IsIdle(); });
+    }
+
     void tearDown()
     {
         delete m_window;
         qDeleteAll(Windows::Loaded());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        ExchangeQueue::Instance().Drain(10000);
         m_service.reset();
         m_seams.reset();
         m_poll.reset();

@@ -135,6 +135,17 @@ public:
             .has_value();
     }
 
+    // Makes the service answer the next protocol request after ms
+    // milliseconds, or send its reply one byte every ms milliseconds.
+    bool setNextDelay(int ms)
+    {
+        return admin(QStringLiteral("/admin/next-delay?ms=%1").arg(ms)).has_value();
+    }
+    bool setNextTrickle(int ms)
+    {
+        return admin(QStringLiteral("/admin/next-trickle?ms=%1").arg(ms)).has_value();
+    }
+
     // The query texts of the protocol requests received so far, oldest first.
     QStringList requests()
     {

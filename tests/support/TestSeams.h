@@ -6,6 +6,7 @@
 #include <QList>
 #include <QString>
 #include <QUrl>
+#include <functional>
 
 // Replaces the program's seams for one test: message boxes are recorded and
 // answered from a queue, the clock is fixed and can be moved, sleeping only
@@ -25,6 +26,8 @@ public:
         Seams::setMessageBox(
             [this](const QString &text, Seams::Buttons buttons, const QString &title) {
                 messages.append({text, buttons, title});
+                if (during)
+                    during(messages.last());
                 if (!answers.isEmpty())
                     return answers.takeFirst();
                 return buttons == Seams::Buttons::YesNo ? Seams::Answer::Yes : Seams::Answer::Ok;
@@ -48,6 +51,9 @@ public:
 
     QList<Shown> messages;
     QList<Seams::Answer> answers; // next answers, first first
+    // Runs while a box is up, before it is answered: what a person leaving
+    // the box open would let happen meanwhile.
+    std::function<void(const Shown &)> during;
     QDateTime now = QDateTime(QDate(2026, 11, 22), QTime(14, 5, 9));
     int slept = 0;
     QList<QUrl> opened;

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "RefreshPort.h"
+#include "RefreshTimer.h"
+
+#include <QObject>
+#include <functional>
+
+// The automatic refresh without a window: counts the ten-second ticks towards
+// the refresh rate, asks the service for the public address when a check is
+// due and, when it changed, replaces the automatic records (each a delete and
+// an add, sent back to back).
+//
+// Nothing here waits: the exchanges go through the exchange queue and the
+// check carries on when their replies are in. A due check that falls while
+// the user is at work (a command waiting for the service, a modal box, the
+// login window) or while another check runs is deferred, not dropped: it
+// runs once that has ended. What a check shows goes to the port, and only
+// while the user is not at work either.
+class RefreshEngine : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit RefreshEngine(RefreshPort &port, QObject *parent = nullptr);
+
+    // Checks may run from now on.
+    void Start();
+    // No check starts any more and a check in progress ends without touching
+    // the port. Exchanges already asked for still go out: an add always
+    // follows its delete.
+    void Stop();
+    bool Active() const { return m_active; }
+
+    // One tick of the ten-second timer. The rate text that is no number
+    // raises a type-mismatch error and a tick count past the 32-bit range an
+    // overflow error; neither is caught here.
+    void Tick();
+
+    // No check is running or waiting to run.
+    bool Idle() const { return !m_running && !m_due; }
+    const RefreshTimer &Timer() const { return m_timer; }
+
+signals:
+    // A check has ended (also one that found nothing to do).
+    void checkFinished();
+
+private:
+    void startIfDue();
+    void runCheck();
+    void addressKnown(const QString &ip);
+    // Sends each replace as a delete and an add; then(outcome) runs once
+    // every reply is in.
+    void sendReplaces(const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip);
+    void finish();
+    // Runs fn once the user is not at work, unless the check was stopped.
+    void whenIdle(std::function<void()> fn);
+
+    RefreshPort &m_port;
+    RefreshTimer m_timer;
+    bool m_active = false;
+    bool m_due = false;
+    bool m_running = false;
+    // Counts Stop(): a continuation of an earlier check finds it changed.
+    quint64 m_generation = 0;
+};

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "AutoRefresh.h"
+
+#include <QList>
+#include <QString>
+
+// One record command the automatic refresh sent, and how it ended.
+struct RefreshCommand
+{
+    QString command; // "RECORDDELETE" or "RECORDADD"
+    QString domain;
+    QString host;
+    QString recordType;
+    QString address;
+    bool ok = false;
+    QString error; // the service's "Error:" text, or what went wrong
+};
+
+// What one check that changed something did: the public address it found
+// and the commands it sent, in the order they were sent.
+struct RefreshOutcome
+{
+    QString address;
+    QList<RefreshCommand> commands;
+
+    bool Failed() const;
+};
+
+// What the refresh engine needs from its host (the main window, or the
+// service mode) and what it hands back. The engine calls it only while no
+// user's work is in progress (see Foreground).
+class RefreshPort
+{
+public:
+    virtual ~RefreshPort() = default;
+
+    // --- read by a tick -------------------------------------------------------
+    // The refresh rate in seconds, as its text.
+    virtual QString RefreshRateText() const = 0;
+    // The free sub-domain's automatic box.
+    virtual bool AutoIPTicked() const = 0;
+    // The rows must be left alone for now: the user works in another panel.
+    virtual bool RowsOnHold() const = 0;
+    // The account's records in display order.
+    virtual QList<AutoRefresh::GridRow> Rows() const = 0;
+
+    // --- written by a check -----------------------------------------------------
+    // The time of the check that starts, "m/d/yy h:nn:ss am/pm".
+    virtual void ShowCheckTime(const QString &caption) = 0;
+    // The public address the service reported.
+    virtual void ShowAddress(const QString &address) = 0;
+    // The free sub-domain was replaced with the new address.
+    virtual void FreeRecordReplaced(const QString &address) = 0;
+    // The records changed at the service: show the session's record list.
+    virtual void ReloadRows() = 0;
+    // What a check that sent commands did.
+    virtual void Report(const RefreshOutcome &outcome) = 0;
+};
