@@ -50,7 +50,7 @@ constexpr int kExtraWidth = 360;
 constexpr int kExtraHeight = 850;
 constexpr int kPanelGap = 200; // between the status panel and the panel below
 
-constexpr int kTopHeight = 1710;
+constexpr int kTopHeight = 1995;
 constexpr int kButtonWidth = 1200;
 constexpr int kButtonHeight = 420;
 constexpr int kHelpSide = 360;
@@ -280,6 +280,7 @@ void frmMain::buildStatusPanel(QWidget *central)
         {&Label11, "Label11", "Current Up Time:", &lblUpTime, "lblUpTime"},
         {&Label20, "Label20", "Last IP Check:", &lblLastIPCheck, "lblLastIPCheck"},
         {&Label22, "Label22", "Total Transactions:", &lblTimesIPChanged, "lblTimesIPChanged"},
+        {&Label23, "Label23", "Last Refresh:", &lblLastRefresh, "lblLastRefresh"},
     };
     int top = 135;
     for (const auto &row : rows) {
@@ -445,6 +446,7 @@ void frmMain::buildAdvancedPanel(QWidget *central)
                         frameAdvanced, right);
     Twips::Move(Label17, kLabelLeft, kAdvancedRow2, captionWidth, kRowHeight);
     cboRefreshRate = makeCombo(QStringLiteral("cboRefreshRate"), frameAdvanced);
+    basDNS::KeepNumeric(cboRefreshRate);
     Twips::Move(cboRefreshRate, fieldLeft, kAdvancedRow2, 1100, kRowHeight);
 
     chkSSL =

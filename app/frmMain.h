@@ -20,6 +20,7 @@ class QFrame;
 class QLabel;
 class QLineEdit;
 class QMenu;
+class QMessageBox;
 class QSystemTrayIcon;
 class QTimer;
 class QTreeView;
@@ -53,6 +54,7 @@ public:
     QLabel *Label20, *lblLastIPCheck;
     QLabel *Label22, *lblTimesIPChanged;
     QLabel *Label21, *lblExpirationDate;
+    QLabel *Label23, *lblLastRefresh; // what the last automatic refresh did
 
     // --- Record grid ----------------------------------------------------------
     QFrame *frameGrid;
@@ -112,6 +114,9 @@ public:
     QString sLastAutoIPList;
     // The record being edited; an empty sCurDomain means a new record.
     QString sCurDomain, sCurRecordType, sCurName, sCurServerAddress, sCurPort;
+    // The record's value as the service holds it (a port relay's URL with
+    // its port): what an edit deletes.
+    QString sCurRecordValue;
     bool bCurAutoIP = false;
     // Re-entry guards of the three record buttons, independent of each other.
     bool bServerIPBusy = false;
@@ -123,6 +128,8 @@ public:
     bool bLogOffPending = false;
     bool bExitPending = false;
     QString sTrayText;
+    // Where no tray exists, the one box that says what the refresh did.
+    QPointer<QMessageBox> refreshBox;
 
     // The grid's sort state: column (0-based), descending, and whether it sorts.
     int SortKey() const { return m_sortKey; }
@@ -278,6 +285,9 @@ private:
     bool m_sorted = false;
     bool m_filling = false;
     RefreshEngine *m_engine = nullptr;
+    // The grid shows every record of the last record list (no piece stopped
+    // the fill): only then may its automatic rows be saved.
+    bool m_gridComplete = true;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
 };

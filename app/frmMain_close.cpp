@@ -62,7 +62,9 @@ void frmMain::SaveSettings()
                 {"bWWW", chkWWW},       {"bIRC", chkIRC},       {"bPCAW", chkPCAW}};
             for (const auto &[name, box] : boxes)
                 store.WriteValue(QLatin1String(name), checkValue(box), RegistryStore::Number);
-        } else {
+        } else if (m_gridComplete) {
+            // A grid that stopped at a bad piece lacks rows: its automatic
+            // list would drop their marks, so the saved one stays.
             UpdateAutoIpList();
             store.WriteValue(QStringLiteral("AutoIps"), Program::sAutoIPList, RegistryStore::Text);
         }

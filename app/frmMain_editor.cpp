@@ -34,6 +34,7 @@ void frmMain::ClearCurrentRecord()
     sCurDomain.clear();
     sCurRecordType.clear();
     sCurServerAddress.clear();
+    sCurRecordValue.clear();
     sCurPort.clear();
     bCurAutoIP = false;
 }
@@ -48,6 +49,7 @@ void frmMain::LoadGridRecord()
             sCurRecordType = GridText(row, 1);
             sCurName = GridText(row, 2);
             sCurServerAddress = GridText(row, 3);
+            sCurRecordValue = sCurServerAddress;
             bCurAutoIP = GridText(row, 4).toUpper() == QLatin1String("YES");
             if (sCurName == QLatin1String("Root"))
                 sCurName = QStringLiteral("@");
@@ -159,23 +161,7 @@ void frmMain::chkAutoIP_Click()
 
 void frmMain::IsValidIPAddress(const QString &sIP, bool &bValid)
 {
-    bValid = true;
-    const QStringList pieces = sIP.split(QLatin1Char('.'));
-    if (pieces.size() != 4) {
-        bValid = false;
-        return;
-    }
-    for (const QString &piece : pieces) {
-        if (!TextRules::IsNumeric(piece)) {
-            bValid = false;
-            return;
-        }
-        const double value = TextRules::ToDouble(piece);
-        if (value < 0 || value > 255) {
-            bValid = false;
-            return;
-        }
-    }
+    bValid = basDNS::IsValidIPAddress(sIP);
 }
 
 bool frmMain::ValidateFreeDomainIP()

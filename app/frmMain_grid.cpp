@@ -514,6 +514,7 @@ void frmMain::FillDomainUserGrid()
                 lvDomainUser->setCurrentIndex(m_grid->index(m_grid->rowOfPosition(selected), 0));
             m_filling = false;
         };
+        m_gridComplete = false;
         try {
             forEachRecord(records, [&](int position, QStringView piece, const Fields &fields) {
                 rows.push_back({fields, position, false});
@@ -525,6 +526,7 @@ void frmMain::FillDomainUserGrid()
             throw;
         }
         show();
+        m_gridComplete = true;
         const QModelIndex current = lvDomainUser->currentIndex();
         if (selected < 0 && current.isValid()) {
             m_filling = true;

@@ -3,6 +3,7 @@
 
 #include "frmMain.h"
 
+#include "AdvancedTab.h"
 #include "Foreground.h"
 #include "Icons.h"
 #include "RegistryStore.h"
@@ -24,6 +25,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
@@ -54,7 +56,7 @@ void frmMain::tmrAuto_Timer()
 
 QString frmMain::RefreshRateText() const
 {
-    return cboRefreshRate->currentText();
+    return basDNS::NumericText(cboRefreshRate);
 }
 
 bool frmMain::AutoIPTicked() const
@@ -102,31 +104,76 @@ void frmMain::ReloadRows()
 
 void frmMain::Report(const RefreshOutcome &outcome)
 {
-    // Background work never waits on a person: failures go to the log, and
-    // the tray says what happened, once per check.
+    // Background work never waits on a person: the status panel and the tray
+    // say what happened, once per check, and failures go to the log.
+    const auto name = [](const QString &host, const QString &domain) {
+        return host == QLatin1String("@") ? domain : host + QLatin1Char('.') + domain;
+    };
     QStringList lines;
+    QString summary;
+    int set = 0;
+    int failed = 0;
     for (const RefreshCommand &command : outcome.commands) {
-        const QString name = command.host + QLatin1Char('.') + command.domain;
         const bool removing = command.command == basDNS::RecordDelete;
         if (command.ok) {
-            if (!removing)
-                lines.append(name + QStringLiteral(" set to ") + command.address);
+            if (!removing) {
+                ++set;
+                lines.append(name(command.host, command.domain) + QStringLiteral(" set to ") +
+                             command.address);
+            }
             continue;
         }
+        ++failed;
         const QString failure = QStringLiteral("Could not ") +
                                 (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
-                                QStringLiteral(" IP for ") + name + QStringLiteral(": ") +
+                                QStringLiteral(" IP for ") + name(command.host, command.domain) +
+                                QStringLiteral(" (") + command.address + QStringLiteral("): ") +
                                 command.error;
         lines.append(failure);
         basErr::LogOnly(QStringLiteral("frmMain.tmrAuto_Timer()"),
                         RuntimeError(ErrorNumber::Internal, failure));
     }
+    if (set > 0)
+        summary =
+            QStringLiteral("%1 set to %2")
+                .arg(set == 1 ? QStringLiteral("1 record") : QStringLiteral("%1 records").arg(set),
+                     outcome.address);
+    if (failed > 0)
+        summary = QStringLiteral("%1 failed, see the log").arg(failed);
+    for (const AutoRefresh::RecordArgs &add : outcome.pending)
+        lines.append(QStringLiteral("Still to add, at every check: ") + name(add.host, add.domain) +
+                     QStringLiteral(" ") + add.address);
+    if (!outcome.pending.isEmpty())
+        summary =
+            QStringLiteral("Pending: ") + name(outcome.pending[0].host, outcome.pending[0].domain);
+    if (!outcome.rejectedAddress.isNull()) {
+        summary = QStringLiteral("Bad address reply ignored");
+        lines.append(QStringLiteral("The service's address reply was no IPv4 address; the "
+                                    "records were left alone."));
+    }
+
+    lblLastRefresh->setText(summary);
     sTrayText = lines.join(QLatin1Char('\n'));
+    lblLastRefresh->setToolTip(sTrayText);
+    const bool problem =
+        failed > 0 || !outcome.pending.isEmpty() || !outcome.rejectedAddress.isNull();
     QSystemTrayIcon *icon = cSysTrayOn->isVisible() ? cSysTrayOn : cSysTrayOff;
-    if (bTrayAvailable && icon->isVisible())
+    if (bTrayAvailable && icon->isVisible()) {
         icon->showMessage(QStringLiteral("Veltrio"), sTrayText,
-                          outcome.Failed() ? QSystemTrayIcon::Warning
-                                           : QSystemTrayIcon::Information);
+                          problem ? QSystemTrayIcon::Warning : QSystemTrayIcon::Information);
+        return;
+    }
+    // No tray: one box, never modal, brought up to date by each check.
+    if (!refreshBox) {
+        refreshBox = new QMessageBox(QMessageBox::Information, QStringLiteral("Veltrio"), QString(),
+                                     QMessageBox::Ok, this);
+        refreshBox->setObjectName(QStringLiteral("refreshBox"));
+        refreshBox->setAttribute(Qt::WA_DeleteOnClose);
+        refreshBox->setWindowModality(Qt::NonModal);
+    }
+    refreshBox->setIcon(problem ? QMessageBox::Warning : QMessageBox::Information);
+    refreshBox->setText(sTrayText);
+    refreshBox->show();
 }
 
 void frmMain::tmrTimes_Timer()

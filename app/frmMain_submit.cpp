@@ -32,8 +32,9 @@ void frmMain::cmdServerIP_Click()
                          chkDomainAutoIP->isChecked() != bCurAutoIP || txtPort->text() != sCurPort;
     if (!sCurDomain.isEmpty() && changed) {
         QString host = sCurName;
-        basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType,
-                           sCurServerAddress, true, bCurAutoIP);
+        // The record as the service holds it: a relay's URL keeps its port.
+        basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType, sCurRecordValue,
+                           true, bCurAutoIP);
     }
     if (changed) {
         if (type.toUpper() == QLatin1String("PORT RELAY")) {

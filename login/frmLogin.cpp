@@ -232,6 +232,7 @@ void frmLogin::buildAdvancedPanel()
     Label17 = caption("Label17", QStringLiteral("Refresh Rate (seconds):"), f);
     Twips::Move(Label17, kCaptionLeft, 1410, captionWidth, kRowHeight);
     cboRefreshRate = portList("cboRefreshRate", f);
+    basDNS::KeepNumeric(cboRefreshRate);
     Twips::Move(cboRefreshRate, boxLeft, 1410, boxWidth, kRowHeight);
 
     cmdOKAdvanced = new PictureButton(QStringLiteral("cmdOKAdvanced"), QStringLiteral("Label18"),

@@ -2,12 +2,14 @@
 
 #include "DateRules.h"
 #include "Foreground.h"
+#include "PendingAdds.h"
 #include "RuntimeError.h"
 #include "Seams.h"
 #include "basDNS.h"
 #include "basErr.h"
 #include "clsUser.h"
 
+#include <algorithm>
 #include <memory>
 
 bool RefreshOutcome::Failed() const
@@ -99,6 +101,20 @@ void RefreshEngine::addressKnown(const QString &ip)
         finish();
         return;
     }
+    // Over plain HTTP anyone on the path can answer: an address that is no
+    // address is never sent on.
+    if (!basDNS::IsValidIPAddress(ip)) {
+        basErr::LogOnly(QStringLiteral("frmMain.tmrAuto_Timer()"),
+                        RuntimeError(ErrorNumber::InvalidArgument,
+                                     QStringLiteral("The service reported \"%1\" as the public "
+                                                    "address; the records were left alone.")
+                                         .arg(ip.left(200))));
+        RefreshOutcome outcome;
+        outcome.rejectedAddress = ip;
+        m_port.Report(outcome);
+        finish();
+        return;
+    }
     m_port.ShowAddress(ip);
     const clsUser &user = User();
     if (user.bVeltrioOnly) {
@@ -112,77 +128,107 @@ void RefreshEngine::addressKnown(const QString &ip)
                                           user.sIPAddress};
         AutoRefresh::RecordArgs now = old;
         now.address = ip;
-        sendReplaces({{old, now}}, m_port.AutoIPTicked(), ip);
+        send({}, {{old, now}}, m_port.AutoIPTicked(), ip, false);
         return;
     }
-    // The user is at work in another panel; the next due check does it.
-    if (m_port.RowsOnHold()) {
-        finish();
-        return;
+    // Adds still owed from before; one the service lists by now is done.
+    const QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user.sUsername);
+    QList<AutoRefresh::RecordArgs> retries;
+    for (const AutoRefresh::RecordArgs &add : owed) {
+        if (!PendingAdds::Listed(add, user.sDomainUserRecords))
+            retries.append(add);
     }
+    if (retries.size() != owed.size())
+        PendingAdds::Write(user.sUsername, retries);
+    // The user is at work in another panel; the next due check does the rows.
+    const bool onHold = m_port.RowsOnHold();
     QList<AutoRefresh::Resend> replaces;
-    for (const AutoRefresh::GridRow &row : m_port.Rows()) {
-        if (const auto resend = AutoRefresh::ResendForRow(row, ip))
-            replaces.append(*resend);
+    if (!onHold) {
+        for (const AutoRefresh::GridRow &row : m_port.Rows()) {
+            if (const auto resend = AutoRefresh::ResendForRow(row, ip))
+                replaces.append(*resend);
+        }
     }
-    sendReplaces(replaces, true, ip);
+    send(retries, replaces, true, ip, !onHold);
 }
 
-void RefreshEngine::sendReplaces(const QList<AutoRefresh::Resend> &replaces, bool autoIP,
-                                 const QString &ip)
+void RefreshEngine::send(const QList<AutoRefresh::RecordArgs> &retries,
+                         const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip,
+                         bool reloadRows)
 {
-    const bool freeAccount = User().bVeltrioOnly;
+    const QString user = User().sUsername;
+    const bool journal = !User().bVeltrioOnly;
     auto outcome = std::make_shared<RefreshOutcome>();
     outcome->address = ip;
-    if (replaces.isEmpty()) {
-        m_port.ReloadRows();
+    const auto done = [this, outcome, journal, reloadRows, user, ip] {
+        if (journal)
+            outcome->pending = PendingAdds::Read(user);
+        if (!journal)
+            m_port.FreeRecordReplaced(ip);
+        else if (reloadRows)
+            m_port.ReloadRows();
+        if (!outcome->commands.isEmpty() || !outcome->pending.isEmpty())
+            m_port.Report(*outcome);
         finish();
+    };
+    QList<std::pair<AutoRefresh::RecordArgs, QString>> commands;
+    for (const AutoRefresh::RecordArgs &add : retries)
+        commands.append({add, basDNS::RecordAdd});
+    for (const AutoRefresh::Resend &resend : replaces)
+        commands.append({{resend.remove, basDNS::RecordDelete}, {resend.add, basDNS::RecordAdd}});
+    if (commands.isEmpty()) {
+        done();
         return;
     }
-    auto waiting = std::make_shared<int>(replaces.size() * 2);
-    const quint64 generation = m_generation;
-
-    // All of them are queued now, one pair after the other: no request of
-    // the user's comes between a delete and its add.
-    for (const AutoRefresh::Resend &resend : replaces) {
-        for (const auto &[args, command] : {std::pair{resend.remove, basDNS::RecordDelete},
-                                            std::pair{resend.add, basDNS::RecordAdd}}) {
-            const QString host = args.host.isEmpty() ? QStringLiteral("@") : args.host;
-            const qsizetype index = outcome->commands.size();
-            outcome->commands.append(
-                {command, args.domain, host, args.recordType, args.address, false, QString()});
-            basDNS::PostRequest(
-                basDNS::TicklerQuery(args.domain, host, command, args.recordType, args.address),
-                this, [=, this](const QString &reply) {
-                    // The reply reaches the session at once, in the order the
-                    // service answered.
-                    RefreshCommand &sent = outcome->commands[index];
-                    try {
-                        sent.ok =
-                            basDNS::ApplyTicklerReply(reply, sent.domain, sent.host, sent.command,
-                                                      sent.recordType, sent.address, autoIP);
-                        if (!sent.ok)
-                            sent.error =
-                                reply.isEmpty()
-                                    ? QStringLiteral("no answer from the service")
-                                    : basDNS::GetReplyValue(reply, QStringLiteral("Error:"));
-                    } catch (const std::exception &e) {
-                        basErr::LogOnly(QStringLiteral("basDNS.DNSTickler()"),
-                                        RuntimeError::From(e));
-                        sent.error = RuntimeError::From(e).description();
-                    }
-                    if (--*waiting > 0 || generation != m_generation)
-                        return;
-                    whenIdle([this, outcome, freeAccount, ip] {
-                        if (freeAccount)
-                            m_port.FreeRecordReplaced(ip);
-                        else
-                            m_port.ReloadRows();
-                        m_port.Report(*outcome);
-                        finish();
-                    });
-                });
+    // The adds are owed from before their deletes go out.
+    if (journal && !replaces.isEmpty()) {
+        QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user);
+        for (const AutoRefresh::Resend &resend : replaces) {
+            if (std::none_of(owed.cbegin(), owed.cend(),
+                             [&](const auto &a) { return PendingAdds::Same(a, resend.add); }))
+                owed.append(resend.add);
         }
+        PendingAdds::Write(user, owed);
+    }
+
+    auto waiting = std::make_shared<qsizetype>(commands.size());
+    const quint64 generation = m_generation;
+    // All of them are queued now, each delete right before its add: no
+    // request of the user's comes between them.
+    for (const auto &[args, command] : commands) {
+        const QString host = args.host.isEmpty() ? QStringLiteral("@") : args.host;
+        const qsizetype index = outcome->commands.size();
+        outcome->commands.append(
+            {command, args.domain, host, args.recordType, args.address, false, QString()});
+        basDNS::PostRequest(
+            basDNS::TicklerQuery(args.domain, host, command, args.recordType, args.address), this,
+            [=, this](const QString &reply) {
+                // The reply reaches the session at once, in the order the
+                // service answered.
+                RefreshCommand &sent = outcome->commands[index];
+                try {
+                    sent.ok = basDNS::ApplyTicklerReply(reply, sent.domain, sent.host, sent.command,
+                                                        sent.recordType, sent.address, autoIP);
+                    if (!sent.ok)
+                        sent.error = reply.isEmpty()
+                                         ? QStringLiteral("no answer from the service")
+                                         : basDNS::GetReplyValue(reply, QStringLiteral("Error:"));
+                } catch (const std::exception &e) {
+                    basErr::LogOnly(QStringLiteral("basDNS.DNSTickler()"), RuntimeError::From(e));
+                    sent.error = RuntimeError::From(e).description();
+                }
+                if (journal && sent.ok && sent.command == basDNS::RecordAdd) {
+                    QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user);
+                    owed.removeIf([&](const auto &a) {
+                        return PendingAdds::Same(
+                            a, {sent.domain, sent.host, sent.recordType, sent.address});
+                    });
+                    PendingAdds::Write(user, owed);
+                }
+                if (--*waiting > 0 || generation != m_generation)
+                    return;
+                whenIdle(done);
+            });
     }
 }
 

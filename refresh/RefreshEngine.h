@@ -9,7 +9,10 @@
 // The automatic refresh without a window: counts the ten-second ticks towards
 // the refresh rate, asks the service for the public address when a check is
 // due and, when it changed, replaces the automatic records (each a delete and
-// an add, sent back to back).
+// an add, sent back to back). An address reply that is no IPv4 address never
+// starts a replace. For an account with its own domains, the add a replace
+// owes is journalled (PendingAdds) before its delete goes out, and sent again
+// at every due check until the service has it.
 //
 // Nothing here waits: the exchanges go through the exchange queue and the
 // check carries on when their replies are in. A due check that falls while
@@ -49,9 +52,11 @@ private:
     void startIfDue();
     void runCheck();
     void addressKnown(const QString &ip);
-    // Sends each replace as a delete and an add; then(outcome) runs once
-    // every reply is in.
-    void sendReplaces(const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip);
+    // Sends the owed adds, then each replace as a delete and an add, and
+    // shows the outcome once every reply is in.
+    void send(const QList<AutoRefresh::RecordArgs> &retries,
+              const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip,
+              bool reloadRows);
     void finish();
     // Runs fn once the user is not at work, unless the check was stopped.
     void whenIdle(std::function<void()> fn);

@@ -17,12 +17,15 @@ struct RefreshCommand
     QString error; // the service's "Error:" text, or what went wrong
 };
 
-// What one check that changed something did: the public address it found
-// and the commands it sent, in the order they were sent.
+// What one check that had something to say did: the public address it found,
+// the commands it sent in the order they were sent, the adds still owed after
+// it, or an address reply it would not act on.
 struct RefreshOutcome
 {
     QString address;
     QList<RefreshCommand> commands;
+    QList<AutoRefresh::RecordArgs> pending;
+    QString rejectedAddress;
 
     bool Failed() const;
 };

@@ -14,6 +14,28 @@
 namespace basDNS {
 namespace {
 
+const QString RecordsLabel = QStringLiteral("DomainUserRecords:");
+
+// A reply that lacks the record list leaves the session's list as it was: a
+// value is taken only when its label is present.
+void takeRecordList(const QString &reply)
+{
+    if (reply.contains(RecordsLabel))
+        User().sDomainUserRecords = GetReplyValue(reply, RecordsLabel);
+}
+
+// The session's address is the free sub-domain's own A record's: a command
+// on another record of the account (its MX, a service name) leaves it.
+bool changesSessionAddress(const QString &domain, const QString &host, const QString &recordType)
+{
+    const clsUser &user = User();
+    if (!user.bVeltrioOnly)
+        return true;
+    return domain.compare(user.sSubDomain, Qt::CaseInsensitive) == 0 &&
+           host.compare(user.sUsername, Qt::CaseInsensitive) == 0 &&
+           recordType.compare(user.sRecordType, Qt::CaseInsensitive) == 0;
+}
+
 const QString MessageTitle = QStringLiteral("Veltrio");
 const QString ParagraphEnd = QStringLiteral("</p");
 
@@ -103,6 +125,21 @@ QString NullToEmpty(const QString &value)
     return TextRules::Trim(value);
 }
 
+bool IsValidIPAddress(const QString &address)
+{
+    const QStringList pieces = address.split(QLatin1Char('.'));
+    if (pieces.size() != 4)
+        return false;
+    for (const QString &piece : pieces) {
+        if (!TextRules::IsNumeric(piece))
+            return false;
+        const double value = TextRules::ToDouble(piece);
+        if (value < 0 || value > 255)
+            return false;
+    }
+    return true;
+}
+
 bool IsSuccess(const QString &reply)
 {
     return reply.contains(QLatin1String("SUCCESS"));
@@ -147,8 +184,9 @@ bool ApplyTicklerReply(const QString &reply, const QString &domain, const QStrin
     }
     clsUser &user = User();
     SetConnectionStatus(true);
-    user.sIPAddress = address;
-    user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+    if (changesSessionAddress(domain, host, recordType))
+        user.sIPAddress = address;
+    takeRecordList(reply);
     if (!user.bVeltrioOnly)
         UpdateAutoIpEntry(domain, host, command, recordType, address, bAutoIP);
     return true;
@@ -208,8 +246,7 @@ bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &com
             host + QLatin1Char('.') + user.sUsername + QLatin1Char('.') + domain;
         if (IsSuccess(reply)) {
             SetConnectionStatus(true);
-            user.sIPAddress = address;
-            user.sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
+            takeRecordList(reply);
             if (bShowMessages)
                 Seams::MsgBox(QStringLiteral("Transaction Complete:\n") + fullName +
                                   QLatin1Char(' ') +
@@ -240,9 +277,7 @@ QString applyIPAddressReply(const QString &reply)
     if (IsSuccess(reply)) {
         PassOver([&] { SetConnectionStatus(true); });
         PassOver([&] { address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
-        PassOver([&] {
-            User().sDomainUserRecords = GetReplyValue(reply, QStringLiteral("DomainUserRecords:"));
-        });
+        PassOver([&] { takeRecordList(reply); });
     } else {
         PassOver([&] { SetConnectionStatus(false); });
     }

@@ -41,6 +41,8 @@ QString GetReplyValue(const QString &reply, const QString &label);
 // A missing value gives empty text, anything else its trimmed text.
 QString NullToEmpty(const std::optional<QString> &value);
 QString NullToEmpty(const QString &value);
+// A dotted IPv4 address: exactly four numeric pieces, each 0 to 255.
+bool IsValidIPAddress(const QString &address);
 // A record command or the address query succeeded: "SUCCESS" anywhere.
 bool IsSuccess(const QString &reply);
 // Follows the outcome on the main window's status label and tray icon.
@@ -56,9 +58,11 @@ bool DNSTickler(const QString &domain, QString &host, const QString &command,
 QString TicklerQuery(const QString &domain, const QString &host, const QString &command,
                      const QString &recordType, const QString &address);
 // What the reply to a DNSTickler command does to the session: on success the
-// connection status, sIPAddress, the record list and the auto-IP list; on
-// failure the connection status. True on success. A malformed record list
-// raises an invalid-argument error.
+// connection status, the record list (when the reply carries one) and the
+// auto-IP list, and sIPAddress when the command was on the free sub-domain's
+// own record (for an account with its own domains, any command); on failure
+// the connection status. True on success. A malformed record list raises an
+// invalid-argument error.
 bool ApplyTicklerReply(const QString &reply, const QString &domain, const QString &host,
                        const QString &command, const QString &recordType, const QString &address,
                        bool bAutoIP);

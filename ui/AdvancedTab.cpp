@@ -9,6 +9,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QRegularExpressionValidator>
 #include <QWidget>
 #include <cmath>
 
@@ -100,6 +103,33 @@ void FillComboFromList(QComboBox *combo, const QString &list)
     if (list.isEmpty())
         return;
     combo->addItems(list.split(QLatin1Char(',')));
+}
+
+namespace {
+const char *const kLastNumber = "veltrioLastNumber";
+}
+
+void KeepNumeric(QComboBox *combo)
+{
+    QLineEdit *edit = combo->lineEdit();
+    if (!edit)
+        return;
+    edit->setValidator(
+        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]{1,9}")), combo));
+    QObject::connect(combo, &QComboBox::currentTextChanged, combo, [combo](const QString &text) {
+        if (!text.isEmpty())
+            combo->setProperty(kLastNumber, text);
+    });
+    QObject::connect(edit, &QLineEdit::editingFinished, combo, [combo] {
+        if (combo->currentText().isEmpty())
+            combo->setCurrentText(combo->property(kLastNumber).toString());
+    });
+}
+
+QString NumericText(const QComboBox *combo)
+{
+    const QString text = combo->currentText();
+    return text.isEmpty() ? combo->property(kLastNumber).toString() : text;
 }
 
 } // namespace basDNS

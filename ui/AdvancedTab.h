@@ -17,4 +17,11 @@ void LoadAdvancedTabSettings(QWidget *window);
 // order, empty items included; an empty list leaves the box empty.
 void FillComboFromList(QComboBox *combo, const QString &list);
 
+// The refresh-rate box takes digits only. Leaving it empty puts back the last
+// number it showed, so a tick never reads an empty rate from it.
+void KeepNumeric(QComboBox *combo);
+// The box's number: its text, or while it is being edited and empty, the
+// last number it showed.
+QString NumericText(const QComboBox *combo);
+
 } // namespace basDNS

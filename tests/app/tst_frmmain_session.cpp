@@ -98,9 +98,11 @@ private slots:
             << u"www"_s << u"txtCName=WWW"_s << u"RECORDDELETE acme.test, RECORDADD acme.test"_s;
         QTest::newRow("AutoIP ticked")
             << u"mail"_s << u"autoip"_s << u"RECORDDELETE 203.0.113.7, RECORDADD 203.0.113.7"_s;
-        QTest::newRow("relay port")
-            << u"shop"_s << u"txtPort=8081"_s
-            << u"RECORDDELETE http://203.0.113.7/shop, RECORDADD http://203.0.113.7:8081/shop"_s;
+        // The delete names the relay as the service holds it, port and all: the
+        // edit replaces it instead of adding a second one.
+        QTest::newRow("relay port") << u"shop"_s << u"txtPort=8081"_s
+                                    << u"RECORDDELETE Http://203.0.113.7:8080/shop, RECORDADD "
+                                       "http://203.0.113.7:8081/shop"_s;
     }
     void submit()
     {
@@ -122,6 +124,8 @@ private slots:
             got << q.queryItemValue(u"DNSCommand"_s) + u' ' + q.queryItemValue(u"IPAddress"_s);
         }
         QTEST(got.join(", "_L1), "sent");
+        if (name == "shop"_L1)
+            QCOMPARE(stateNames(u"acme"_s).filter(u"shop="_s).size(), 1);
         QVERIFY(!w->frameGrid->isHidden());
         if (change == "autoip"_L1)
             QCOMPARE(w->lvDomainUser->model()->index(rowNamed(*w, name), 4).data().toString(),
