@@ -70,7 +70,7 @@ QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
     if (m_requests.size() >= maxLoggedRequests)
         m_requests.removeFirst();
     m_requests.append(rawQuery);
-    if (m_nextReply)
+    if (m_nextReply && rawQuery.contains(m_nextReplyMatch))
         return std::exchange(m_nextReply, std::nullopt).value();
 
     const QueryText query(rawQuery);

@@ -37,10 +37,15 @@ public:
     // oldest first.
     const QStringList &requests() const { return m_requests; }
     void clearRequests() { m_requests.clear(); }
-    // Makes the next request, whatever it asks, get this text as its whole
-    // reply and change nothing; for trying the client on replies the service
-    // would not give. The request is still counted among requests().
-    void setNextReply(const QString &reply) { m_nextReply = reply; }
+    // Makes the next request, whatever it asks (or the next whose query
+    // holds match, when one is given), get this text as its whole reply and
+    // change nothing; for trying the client on replies the service would not
+    // give. The request is still counted among requests().
+    void setNextReply(const QString &reply, const QString &match = QString())
+    {
+        m_nextReply = reply;
+        m_nextReplyMatch = match;
+    }
 
     // The IPv4 form of a peer address: "::ffff:203.0.113.7" is 203.0.113.7,
     // the IPv6 loopback is 127.0.0.1.
@@ -57,4 +62,5 @@ private:
     QString m_publicAddress;
     QStringList m_requests;
     std::optional<QString> m_nextReply;
+    QString m_nextReplyMatch;
 };

@@ -128,7 +128,8 @@ void ServiceHttp::addRoutes(QHttpServer &server)
         const QUrlQuery query = request.query();
         if (!query.hasQueryItem(QStringLiteral("text")))
             return text(QStringLiteral("give the reply as text=...\n"), Status::BadRequest);
-        m_script.setNextReply(query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded));
+        m_script.setNextReply(query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded),
+                              query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded));
         return text(QStringLiteral("the next request gets the given reply\n"));
     });
 

@@ -15,7 +15,8 @@ class QHttpServerResponder;
 // and two loopback-only admin requests for tests and demos:
 //   /admin/public-ip?address=A.B.C.D   the address the service reports
 //   /admin/requests[?clear=1]          the query texts received, one a line
-//   /admin/next-reply?text=...         the whole reply to the next request
+//   /admin/next-reply?text=...[&match=...]  the whole reply to the next
+//                                      request (whose query holds match)
 //   /admin/next-delay?ms=N             the next request is answered after N ms
 //   /admin/next-trickle?ms=N           the next reply goes out one byte every N ms
 // Every listener serves every path.

@@ -128,10 +128,13 @@ public:
 
     // Makes the next protocol request get exactly this reply (and change
     // nothing at the service).
-    bool setNextReply(const QString &reply)
+    // With match, the next request whose query holds it.
+    bool setNextReply(const QString &reply, const QString &match = QString())
     {
         return admin(QStringLiteral("/admin/next-reply?text=") +
-                     QString::fromLatin1(QUrl::toPercentEncoding(reply)))
+                     QString::fromLatin1(QUrl::toPercentEncoding(reply)) +
+                     QStringLiteral("&match=") +
+                     QString::fromLatin1(QUrl::toPercentEncoding(match)))
             .has_value();
     }
 
