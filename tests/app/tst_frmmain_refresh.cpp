@@ -10,35 +10,10 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-const QString kOld = u"203.0.113.7"_s;
-const QString kNew = u"198.51.100.50"_s;
-} // namespace
-
 class TestFrmMainRefresh : public MainWindowTest
 {
     Q_OBJECT
 
-    // Logs the account in through its saved login, with every tick due, and
-    // clears what the start-up sent, so that a test sees only its own requests.
-    frmMain &start(const char *user, const QList<std::pair<const char *, QVariant>> &values = {})
-    {
-        writeValues(userKey(QLatin1String(user)), values);
-        startWithSavedLogin(QLatin1String(user));
-        m_window->cboRefreshRate->addItem(u"10"_s);
-        m_window->cboRefreshRate->setCurrentText(u"10"_s);
-        m_service->clearRequests();
-        return *m_window;
-    }
-
-    // One tick, and the check it started run to its end.
-    bool check(frmMain &w)
-    {
-        w.tmrAuto_Timer();
-        return settled(&w);
-    }
-
-    static inline const QString kMailAuto = u"ACME.TEST;;A;;MAIL;;203.0.113.7~~"_s;
     static inline const QString kTickler = u"FXN=DNSTickler&Usr=%1&Pwd=%1&Cname=%2&Domain=%3"
                                            "&DNSCommand=RECORD%4&RecordType=%5&IPAddress=%6"_s;
 
@@ -48,7 +23,7 @@ private slots:
 
     void freeAccount_followsTheAddressOnlyWhenAutomatic()
     {
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         const QString changed = QString::number(w.lblTimesIPChanged->text().toInt() + 1);
         QVERIFY(m_service->setPublicIp(kNew));
         // Not automatic: the check is due and its time is shown, nothing is asked.
@@ -77,8 +52,9 @@ private slots:
 
     void ownDomains_resendOnlyAutomaticRows()
     {
-        frmMain &w = start("acme", {{"AutoIPs", kMailAuto + u"ACME-SHOP.TEST;;PORT RELAY;;SHOP;;"
-                                                            "HTTP://203.0.113.7:8080/SHOP~~"_s}});
+        frmMain &w =
+            startDue("acme", {{"AutoIPs", kMailAuto + u"ACME-SHOP.TEST;;PORT RELAY;;SHOP;;"
+                                                      "HTTP://203.0.113.7:8080/SHOP~~"_s}});
         QVERIFY(m_service->setPublicIp(kNew));
         // Busy in the editor: this check leaves the records alone.
         w.cmdAddGrid_Click();
@@ -105,7 +81,7 @@ private slots:
 
     void unreachableService_switchesTheTrayIcon()
     {
-        frmMain &w = start("acme");
+        frmMain &w = startDue("acme");
         const int rows = w.lvDomainUser->model()->rowCount();
         QVERIFY(w.cSysTrayOn->isVisible() && !w.cSysTrayOff->isVisible());
         m_service->stop();
@@ -125,7 +101,7 @@ private slots:
     // window takes the user's input while the service stays silent.
     void silentService_neverHoldsTheWindow_rateErrorNotCaught()
     {
-        frmMain &w = start("acme");
+        frmMain &w = startDue("acme");
         basDNS::SetTransferTimeout(1500);
         QVERIFY(m_service->setNextDelay(30000));
         w.tmrAuto_Timer();
@@ -144,7 +120,7 @@ private slots:
     // service runs after it, and does not bring the record back.
     void userDelete_isNotUndoneByADueCheck()
     {
-        frmMain &w = start("acme", {{"AutoIPs", kMailAuto}});
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
         QVERIFY(m_service->setPublicIp(kNew));
         select(w, u"mail"_s);
         QVERIFY(m_service->setNextDelay(1500));
@@ -163,7 +139,7 @@ private slots:
     // row the question is about, and Yes deletes it.
     void deleteQuestion_openAcrossADueCheck_stillDeletes()
     {
-        frmMain &w = start("acme", {{"AutoIPs", kMailAuto}});
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
         QVERIFY(m_service->setPublicIp(kNew));
         select(w, u"www"_s);
         m_seams->during = [&](const TestSeams::Shown &box) {
@@ -193,7 +169,7 @@ private slots:
     void freeRecordTakenDown_staysDown()
     {
         QFETCH(bool, logOff);
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         w.chkAutoIP->click();
         QVERIFY(m_service->setPublicIp(kNew));
         bool tickingAtLogin = true;
@@ -226,7 +202,7 @@ private slots:
     // window goes afterwards, with its settings saved.
     void trayMenuExit_unloadsAfterTheIconsEvent()
     {
-        frmMain &w = start("acme");
+        frmMain &w = startDue("acme");
         QTimer::singleShot(100, &w, [&] {
             w.mnuPopupExit->trigger();
             w.mnuPopup->close();
@@ -252,7 +228,7 @@ private slots:
     {
         QFETCH(QString, box);
         QFETCH(bool, refused);
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         auto *check = w.findChild<QCheckBox *>(box);
         const bool mx = box == "chkMX"_L1;
         const QString query =
@@ -295,7 +271,7 @@ private slots:
 
     void tray_showRestoresTheSavedState_exitWaitsForTheMenu()
     {
-        frmMain &w = start("acme", {{"WindowState", 2}});
+        frmMain &w = startDue("acme", {{"WindowState", 2}});
         w.mnuPopupHide->trigger();
         QVERIFY(!w.isVisible());
         // The about box comes first; the window stays where it is.
@@ -316,7 +292,7 @@ private slots:
 
     void minimise_hidesOnlyWithATray()
     {
-        frmMain &w = start("acme");
+        frmMain &w = startDue("acme");
         w.bTrayAvailable = false;
         w.showMinimized();
         QCoreApplication::processEvents();

@@ -10,31 +10,10 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-const QString kOld = u"203.0.113.7"_s;
-const QString kNew = u"198.51.100.50"_s;
-const QString kMailAuto = u"ACME.TEST;;A;;MAIL;;203.0.113.7~~"_s;
-} // namespace
-
 class TestUnattended : public MainWindowTest
 {
     Q_OBJECT
 
-    // The saved login, every tick due; what the start-up sent is cleared.
-    frmMain &start(const char *user, const QList<std::pair<const char *, QVariant>> &values = {})
-    {
-        writeValues(userKey(QLatin1String(user)), values);
-        startWithSavedLogin(QLatin1String(user));
-        m_window->cboRefreshRate->setCurrentText(u"10"_s);
-        m_service->clearRequests();
-        m_seams->messages.clear();
-        return *m_window;
-    }
-    bool check(frmMain &w)
-    {
-        w.tmrAuto_Timer();
-        return settled(&w);
-    }
     QString logText() const
     {
         QString all;
@@ -54,7 +33,7 @@ private slots:
     // and never stacks; the status panel says it too.
     void outcome_oneNonModalBox_noClickNeeded()
     {
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         w.chkAutoIP->click();
         for (const QString &address : {kNew, u"198.51.100.51"_s}) {
             QVERIFY(m_service->setPublicIp(address));
@@ -81,7 +60,7 @@ private slots:
     void failedAdd_isSentAgainUntilAccepted()
     {
         QFETCH(bool, restart);
-        frmMain *w = &start("acme", {{"AutoIPs", kMailAuto}});
+        frmMain *w = &startDue("acme", {{"AutoIPs", kMailAuto}});
         QVERIFY(m_service->setPublicIp(kNew));
         QVERIFY(m_service->setNextReply(u"Error:Busy, try later</p>"_s, u"RECORDADD"_s));
         QVERIFY(check(*w));
@@ -107,7 +86,7 @@ private slots:
     // marks as they were, also in what is saved.
     void replyWithoutRecordList_keepsRowsAndMarks()
     {
-        frmMain &w = start("acme", {{"AutoIPs", kMailAuto}});
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
         const int rows = w.lvDomainUser->model()->rowCount();
         QVERIFY(m_service->setNextReply(u"SUCCESS</p>IPAddress:203.0.113.7</p>"_s));
         QVERIFY(check(w));
@@ -121,7 +100,7 @@ private slots:
     // tick an empty rate.
     void refreshRateBoxes_takeNumbersOnly()
     {
-        frmMain &w = start("acme");
+        frmMain &w = startDue("acme");
         auto *login = new frmLogin;
         for (QComboBox *box : {w.cboRefreshRate, login->cboRefreshRate}) {
             box->setCurrentText(u"30"_s);
@@ -145,7 +124,7 @@ private slots:
     // next replace deletes is still the sub-domain's own.
     void mxRecord_leavesTheSubDomainsAddress()
     {
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         w.chkAutoIP->click();
         w.cmdAdvancedFree_Click();
         w.chkMX->click();
@@ -161,7 +140,7 @@ private slots:
     // shown, and the records stay.
     void badAddressReply_leavesRecordsAlone()
     {
-        frmMain &w = start("demo");
+        frmMain &w = startDue("demo");
         w.chkAutoIP->click();
         const QStringList before = stateNames(u"demo"_s);
         QVERIFY(m_service->setNextReply(u"SUCCESS</p>IPAddress:198.51.100.77<script></p>"_s));

@@ -96,6 +96,32 @@ protected:
         return m_window;
     }
 
+    // The address the service reports at first, and the one it moves to.
+    static inline const QString kOld = QStringLiteral("203.0.113.7");
+    static inline const QString kNew = QStringLiteral("198.51.100.50");
+    // The own-domains account's mail record, marked automatic.
+    static inline const QString kMailAuto = QStringLiteral("ACME.TEST;;A;;MAIL;;203.0.113.7~~");
+
+    // The saved login of the account with these values in its section, every
+    // tick due; what the start-up sent and showed is cleared, so that a test
+    // sees only its own requests and boxes.
+    frmMain &startDue(const char *user, const QList<std::pair<const char *, QVariant>> &values = {})
+    {
+        writeValues(userKey(QLatin1String(user)), values);
+        startWithSavedLogin(QLatin1String(user));
+        m_window->cboRefreshRate->setCurrentText(QStringLiteral("10"));
+        m_service->clearRequests();
+        m_seams->messages.clear();
+        return *m_window;
+    }
+
+    // One tick, and the check it started run to its end.
+    bool check(frmMain &w)
+    {
+        w.tmrAuto_Timer();
+        return settled(&w);
+    }
+
     // The script queries received that hold prefix, blanks as the
     // client meant them.
     QStringList sent(const char *prefix = "FXN=DNSTickler") const
