@@ -261,7 +261,7 @@ void frmMain::buildStatusPanel(QWidget *central)
     const int statusWidth = kPanelWidth - statusLeft - 60;
     Twips::Move(frmIPStatus, statusLeft, 60, statusWidth, kTopHeight - 120);
 
-    const int valueWidth = 2700;
+    const int valueWidth = 3300;
     const int captionWidth = 2000;
     const int valueLeft = statusWidth - 120 - valueWidth;
     const int captionLeft = valueLeft - 60 - captionWidth;

@@ -134,10 +134,8 @@ void frmMain::Report(const RefreshOutcome &outcome)
                         RuntimeError(ErrorNumber::Internal, failure));
     }
     if (set > 0)
-        summary =
-            QStringLiteral("%1 set to %2")
-                .arg(set == 1 ? QStringLiteral("1 record") : QStringLiteral("%1 records").arg(set),
-                     outcome.address);
+        summary = set == 1 ? QStringLiteral("Updated 1 record")
+                           : QStringLiteral("Updated %1 records").arg(set);
     if (failed > 0)
         summary = QStringLiteral("%1 failed, see the log").arg(failed);
     for (const AutoRefresh::RecordArgs &add : outcome.pending)

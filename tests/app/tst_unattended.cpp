@@ -45,7 +45,7 @@ private slots:
         QCOMPARE(boxes.size(), 1);
         QVERIFY(boxes[0]->isVisible() && boxes[0]->windowModality() == Qt::NonModal);
         QCOMPARE(boxes[0]->text(), u"demo.dyn.veltrio.test set to 198.51.100.51"_s);
-        QCOMPARE(w.lblLastRefresh->text(), u"1 record set to 198.51.100.51"_s);
+        QCOMPARE(w.lblLastRefresh->text(), u"Updated 1 record"_s);
     }
 
     // A refused add after an accepted delete is owed, shown, and sent again
