@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 bool RefreshOutcome::Failed() const
 {
@@ -34,6 +35,7 @@ void RefreshEngine::Stop()
     m_active = false;
     m_due = false;
     m_running = false;
+    m_waitingForIdle = false;
     ++m_generation;
 }
 
@@ -54,7 +56,12 @@ void RefreshEngine::startIfDue()
     if (!m_active || !m_due || m_running)
         return;
     if (Foreground::Busy()) {
-        whenIdle([this] { startIfDue(); });
+        // One wait at a time, however many ticks fall meanwhile.
+        if (!std::exchange(m_waitingForIdle, true))
+            whenIdle([this] {
+                m_waitingForIdle = false;
+                startIfDue();
+            });
         return;
     }
     m_due = false;

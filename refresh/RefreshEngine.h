@@ -66,6 +66,7 @@ private:
     bool m_active = false;
     bool m_due = false;
     bool m_running = false;
+    bool m_waitingForIdle = false;
     // Counts Stop(): a continuation of an earlier check finds it changed.
     quint64 m_generation = 0;
 };
