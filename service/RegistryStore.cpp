@@ -12,6 +12,7 @@
 #include <QStandardPaths>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 // Layout: every key below "SOFTWARE\Veltrio\" is one QSettings group, named
 // by the rest of the key path ("Init", or a user name). QSettings takes "/"
@@ -153,6 +154,16 @@ struct RegistryStore::Private
     QString iniFile;     // empty for the Windows registry
     bool inside = false; // the selected key lies below "SOFTWARE\Veltrio"
     QString group;       // encoded group name; empty for the vendor key itself
+    // What the selected key holds, read once: the store is read value by
+    // value, and each look-up of a group or a name must not scan it again.
+    mutable std::optional<QString> cachedGroup;
+    mutable std::optional<QStringList> cachedKeys;
+
+    void forget()
+    {
+        cachedGroup.reset();
+        cachedKeys.reset();
+    }
 
     void open()
     {
@@ -185,12 +196,17 @@ struct RegistryStore::Private
     {
         if (group.isEmpty())
             return group;
-        const QStringList groups = settings->childGroups();
-        for (const QString &g : groups) {
-            if (g.compare(group, Qt::CaseInsensitive) == 0)
-                return g;
+        if (!cachedGroup) {
+            cachedGroup = group;
+            const QStringList groups = settings->childGroups();
+            for (const QString &g : groups) {
+                if (g.compare(group, Qt::CaseInsensitive) == 0) {
+                    cachedGroup = g;
+                    break;
+                }
+            }
         }
-        return group;
+        return *cachedGroup;
     }
 
     bool keyExists() const
@@ -199,29 +215,28 @@ struct RegistryStore::Private
             return false;
         if (group.isEmpty())
             return true;
-        const QStringList groups = settings->childGroups();
-        for (const QString &g : groups) {
-            if (g.compare(group, Qt::CaseInsensitive) == 0)
-                return true;
-        }
-        return false;
+        const QString actual = actualGroup();
+        return settings->childGroups().contains(actual);
     }
 
     // The value names of the selected key, in the store's stable order.
-    QStringList keys() const
+    const QStringList &keys() const
     {
-        if (!keyExists())
-            return {};
-        settings->beginGroup(actualGroup());
-        QStringList names = settings->childKeys();
-        settings->endGroup();
-        return names;
+        if (!cachedKeys) {
+            cachedKeys.emplace();
+            if (keyExists()) {
+                settings->beginGroup(actualGroup());
+                *cachedKeys = settings->childKeys();
+                settings->endGroup();
+            }
+        }
+        return *cachedKeys;
     }
 
     QString actualKey(const QString &name) const
     {
         const QString encoded = encodeName(name);
-        const QStringList names = keys();
+        const QStringList &names = keys();
         for (const QString &k : names) {
             if (k.compare(encoded, Qt::CaseInsensitive) == 0)
                 return k;
@@ -241,6 +256,7 @@ struct RegistryStore::Private
     // that what it held is never lost.
     void replaceBrokenFile()
     {
+        forget();
         settings.reset();
         const QString aside = iniFile + QStringLiteral(".broken");
         QFile::remove(aside);
@@ -282,6 +298,7 @@ RegistryStore::~RegistryStore() = default;
 
 void RegistryStore::SetKey(const QString &keyPath)
 {
+    d->forget();
     QString path = keyPath;
     if (path.compare(kVendorKey, Qt::CaseInsensitive) == 0) {
         d->inside = true;
@@ -306,7 +323,7 @@ int RegistryStore::ValueCount() const
 
 QString RegistryStore::ValueName(int index) const
 {
-    const QStringList names = d->keys();
+    const QStringList &names = d->keys();
     if (index < 1 || index > names.size())
         return QString();
     return decodeName(names.at(index - 1));
@@ -314,7 +331,7 @@ QString RegistryStore::ValueName(int index) const
 
 QString RegistryStore::ReadValue(int index) const
 {
-    const QStringList names = d->keys();
+    const QStringList &names = d->keys();
     if (index < 1 || index > names.size())
         return QString();
     return d->read(names.at(index - 1));
@@ -339,6 +356,7 @@ void RegistryStore::WriteValue(const QString &name, const QVariant &data, ValueT
         d->settings->remove(existing);
     d->settings->setValue(encodeName(name), stored);
     d->settings->endGroup();
+    d->forget();
     d->settings->sync();
     if (d->settings->status() != QSettings::NoError)
         throw RuntimeError::Of(ErrorNumber::PermissionDenied);
