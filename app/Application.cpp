@@ -3,7 +3,11 @@
 #include "Icons.h"
 #include "RuntimeError.h"
 #include "Version.h"
+#include "Windows.h"
 #include "basErr.h"
+#include "frmMain.h"
+
+#include <QPointer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +44,26 @@ namespace {
 }
 
 } // namespace
+
+Application::StartUp Application::LoadMainWindow(frmMain &main)
+{
+    const QPointer<frmMain> window(&main);
+    try {
+        main.Form_Load();
+    } catch (const std::exception &e) {
+        basErr::ReportUnhandled(RuntimeError::From(e));
+        return StartUp::Failed;
+    }
+    if (Windows::Loaded().isEmpty())
+        return StartUp::Exited;
+    if (window && window->Started())
+        return StartUp::Started;
+    basErr::LogOnly(QStringLiteral("frmMain.form_load()"),
+                    RuntimeError(ErrorNumber::Internal,
+                                 QStringLiteral("The start-up ended without a window; "
+                                                "the program ends.")));
+    return StartUp::Failed;
+}
 
 bool Application::notify(QObject *receiver, QEvent *event)
 {

@@ -831,6 +831,7 @@ void frmMain::init()
             txtCName->setText(user.sUsername);
             FillDomainUserGrid();
         }
+        m_started = true;
     });
 }
 

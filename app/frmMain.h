@@ -142,6 +142,8 @@ public:
     // window), restores the account's layout and fills the window. Runs once.
     void Form_Load();
     void init();
+    // init has run to its end: the window is up with a session.
+    bool Started() const { return m_started; }
     void LoadFreeUserInfo() override;
     void ShowFrame(const QString &sFrame);
 
@@ -285,6 +287,7 @@ private:
     bool m_sorted = false;
     bool m_filling = false;
     RefreshEngine *m_engine = nullptr;
+    bool m_started = false;
     // The grid shows every record of the last record list (no piece stopped
     // the fill): only then may its automatic rows be saved.
     bool m_gridComplete = true;

@@ -30,10 +30,17 @@ int main(int argc, char *argv[])
     // the login window) and fills itself. Leaving the login window with Exit
     // leaves no window, and the program ends there.
     auto *main = new frmMain;
-    main->Form_Load();
     int status = 0;
-    if (!Windows::Loaded().isEmpty())
+    switch (Application::LoadMainWindow(*main)) {
+    case Application::StartUp::Started:
         status = app.exec();
+        break;
+    case Application::StartUp::Exited:
+        break;
+    case Application::StartUp::Failed:
+        status = 1;
+        break;
+    }
     // An exchange already asked for still goes out (the add after a delete),
     // each within its deadline.
     ExchangeQueue &queue = ExchangeQueue::Instance();

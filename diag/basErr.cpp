@@ -151,6 +151,7 @@ void LogOnly(const QString &label, const RuntimeError &error)
 
 void ReportUnhandled(const RuntimeError &error)
 {
+    LogOnly(QStringLiteral("Unhandled error"), error);
     Seams::MsgBox(QStringLiteral("Run-time error '%1':\r\n\r\n%2")
                       .arg(error.number())
                       .arg(error.description()),

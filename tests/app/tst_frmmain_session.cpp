@@ -3,6 +3,8 @@
 // a record to deleting it.
 #include "MainWindowTest.h"
 
+#include "Application.h"
+
 #include <QCloseEvent>
 
 #include "PictureButton.h"
@@ -85,6 +87,37 @@ private slots:
         QVERIFY(m_loginShown);
         QVERIFY(Windows::Loaded().isEmpty());
         QVERIFY(!m_window || !m_window->tmrAuto->isActive());
+    }
+
+    // A start-up that the load's own trap ended, or an error that left the
+    // load (its log folder unwritable), ends the program with the report: no
+    // process runs on without a window. The log says why when it can.
+    void startUpWithoutAWindow_ends_data()
+    {
+        QTest::addColumn<bool>("logWritable");
+        QTest::newRow("malformed saved login") << true;
+        QTest::newRow("malformed saved login, log folder is a file") << false;
+    }
+    void startUpWithoutAWindow_ends()
+    {
+        QFETCH(bool, logWritable);
+        const QString logs = m_dir->filePath(u"Logs"_s);
+        if (!logWritable) {
+            QFile file(logs);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        QVERIFY(m_service->setNextReply(u"DNS LOGIN:SUCCESS"_s));
+        writeValues(kInit, {{"bSaveLogin", 1}, {"Username", u"acme"_s}, {"Password", u"acme"_s}});
+        m_window = new frmMain;
+        QCOMPARE(Application::LoadMainWindow(*m_window), Application::StartUp::Failed);
+        QVERIFY(m_seams->texts().value(0).startsWith(u"frmMain.form_load()\rError # 5"_s));
+        if (logWritable) {
+            QFile log(QDir(logs).filePath(basErr::LogFileName()));
+            QVERIFY(log.open(QIODevice::ReadOnly));
+            QVERIFY(log.readAll().contains("The start-up ended without a window"));
+        } else {
+            QVERIFY(m_seams->texts().last().startsWith(u"Run-time error"_s));
+        }
     }
 
     void submit_data()
