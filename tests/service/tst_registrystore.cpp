@@ -130,6 +130,21 @@ private slots:
         QCOMPARE(QFile::permissions(m_file) & mask, QFileDevice::Permissions(QFile::WriteOwner));
 #endif
     }
+
+#ifdef Q_OS_UNIX
+    // A file that others may read (made by hand, or by an older program)
+    // is closed to them by the first write: it may receive the password.
+    void writeLeavesTheFileToItsOwner()
+    {
+        writeFile("[Init]\nPort=80\n");
+        QVERIFY(QFile::setPermissions(m_file, QFile::ReadOwner | QFile::WriteOwner |
+                                                  QFile::ReadGroup | QFile::ReadOther));
+        at(kInit)->WriteValue(u"Password"_s, u"secret"_s, RegistryStore::Text);
+        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther |
+                            QFile::WriteOther;
+        QCOMPARE(QFile::permissions(m_file) & others, QFileDevice::Permissions());
+    }
+#endif
 };
 
 QTEST_GUILESS_MAIN(TestRegistryStore)
