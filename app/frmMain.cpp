@@ -640,6 +640,10 @@ void frmMain::ShowFrame(const QString &sFrame)
                                        Twips::Height(this));
                 CreateSizer();
             }
+            // The grid's layout grows from the size it was drawn for, never
+            // below it.
+            setMinimumSize(Twips::ToPixels(kStartWidth),
+                           Twips::ToPixels(kStartHeight) - menuBar()->sizeHint().height());
             RestoreGridGeometry();
             frameGrid->show();
             setWindowState(m_gridWindowState);
@@ -671,6 +675,26 @@ void frmMain::RestoreGridGeometry()
     SetWindowGeometryTwips(left.value_or(Twips::Left(this)), top.value_or(Twips::Top(this)),
                            width.value_or(Twips::Width(this)),
                            height.value_or(Twips::Height(this)));
+    KeepOnScreen();
+}
+
+void frmMain::KeepOnScreen()
+{
+    // A saved size below the window's least, or a place off every screen
+    // (a screen since removed, a damaged file), would leave a window nobody
+    // can use or see: it comes back whole, on the screen it is nearest to.
+    const QSize least = minimumSize().expandedTo(QSize(1, 1));
+    if (width() < least.width() || height() < least.height())
+        resize(size().expandedTo(least));
+    const QScreen *screen = QGuiApplication::screenAt(frameGeometry().center());
+    if (!screen)
+        screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const QRect area = screen->availableGeometry();
+    const QRect frame = frameGeometry();
+    if (!area.contains(frame.center()) || frame.top() < area.top())
+        move(area.center() - QPoint(frame.width() / 2, frame.height() / 2));
 }
 
 void frmMain::Form_Load()
@@ -721,6 +745,7 @@ void frmMain::Form_Load()
         setWindowTitle(QStringLiteral("Veltrio Dynamic DNS version ") + Version::MajorMinor() +
                        QStringLiteral(" Rev ") + QString::number(Version::Revision()));
         ApplyUserLayout();
+        KeepOnScreen();
         setWindowState(m_gridWindowState);
         init();
         // The tray icon comes with the tray.

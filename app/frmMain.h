@@ -259,6 +259,8 @@ private:
     void PrepareGrid();
     void ApplyUserLayout();
     void RestoreGridGeometry();
+    // Brings the window up to its least size and onto a screen.
+    void KeepOnScreen();
     // Window geometry in twips (frame position, inner size).
     void SetWindowGeometryTwips(int left, int top, int width, int height);
     void ClearCurrentRecord();

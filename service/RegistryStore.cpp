@@ -360,6 +360,9 @@ void RegistryStore::WriteValue(const QString &name, const QVariant &data, ValueT
     d->settings->sync();
     if (d->settings->status() != QSettings::NoError)
         throw RuntimeError::Of(ErrorNumber::PermissionDenied);
+    // The file may hold the password: whoever made it, it stays its owner's.
+    if (!d->iniFile.isEmpty())
+        QFile::setPermissions(d->iniFile, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 void RegistryStore::SetFile(const QString &iniFile)

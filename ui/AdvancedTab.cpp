@@ -41,6 +41,11 @@ void showText(QComboBox *combo, const QString &text)
 
 } // namespace
 
+namespace {
+// The longest rate either list offers, in seconds.
+constexpr double kLongestRate = 120;
+} // namespace
+
 void LoadAdvancedTabSettings(QWidget *window)
 {
     Trap(QStringLiteral("basDNS.LoadAdvancedTabSettings()"), [&] {
@@ -61,12 +66,13 @@ void LoadAdvancedTabSettings(QWidget *window)
 
         // A rate below a minute is raised to one; a rate of a minute or more
         // is shown as stored, even below a free account's own list. A rate
-        // that cannot be held as a number falls back to 90.
+        // that cannot be used (no finite number, or beyond the lists' longest
+        // rate: no check would ever come) falls back to 90.
         const QString rate = reg.ReadValue(QStringLiteral("RefreshRate"));
         if (TextRules::IsNumeric(rate)) {
             const bool converted = PassOver([&] {
                 const double seconds = TextRules::ToDouble(rate);
-                if (!std::isfinite(seconds))
+                if (!std::isfinite(seconds) || seconds > kLongestRate)
                     throw RuntimeError::Of(ErrorNumber::Overflow);
                 showText(cboRefreshRate, seconds < 60 ? QStringLiteral("60") : rate);
             });

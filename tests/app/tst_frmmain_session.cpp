@@ -120,6 +120,21 @@ private slots:
         }
     }
 
+    // A damaged or stale geometry (a negative height, a place off every
+    // screen) brings the window back whole and on a screen, and that is what
+    // is saved.
+    void damagedGeometry_comesBackWholeOnScreen()
+    {
+        writeValues(userKey(u"acme"_s),
+                    {{"MainHeight", -5}, {"MainLeft", -90000}, {"MainTop", 400000}});
+        frmMain *w = startWithSavedLogin(u"acme"_s);
+        QVERIFY(w->minimumHeight() > 300);
+        QVERIFY(w->height() >= w->minimumHeight());
+        QVERIFY(w->screen()->availableGeometry().contains(w->frameGeometry().center()));
+        w->SaveSettings();
+        QVERIFY(readValue(userKey(u"acme"_s), "MainHeight").toInt() > 4000);
+    }
+
     void submit_data()
     {
         QTest::addColumn<QString>("name");

@@ -47,6 +47,8 @@ private slots:
             << "RefreshRate=abc\nbSSL=true" << false << true << "60|80|http";
         QTest::newRow("rate beyond any number falls to 90")
             << "RefreshRate=1e999" << false << true << "90|80|http";
+        QTest::newRow("rate no check would ever reach falls to 90")
+            << "RefreshRate=1e300" << false << true << "90|80|http";
         QTest::newRow("service flag without chkService ends early")
             << "bRunAsService=1\nbSSL=1\nPort=8080\nRefreshRate=100" << false << false
             << "100|80|unchanged";
