@@ -515,8 +515,13 @@ void frmMain::FillDomainUserGrid()
             m_filling = false;
         };
         m_gridComplete = false;
+        int oversized = 0;
         try {
             forEachRecord(records, [&](int position, QStringView piece, const Fields &fields) {
+                if (!RecordList::WithinLimits(fields[0], fields[1], fields[2], fields[3])) {
+                    ++oversized;
+                    return;
+                }
                 rows.push_back({fields, position, false});
                 if (piece.compare(sSelectedRecord, Qt::CaseInsensitive) == 0)
                     selected = position;
@@ -526,7 +531,15 @@ void frmMain::FillDomainUserGrid()
             throw;
         }
         show();
-        m_gridComplete = true;
+        // Records left out cannot keep their automatic marks through the
+        // grid: the saved list then stays as it is.
+        m_gridComplete = oversized == 0;
+        if (oversized > 0)
+            basErr::LogOnly(QStringLiteral("frmMain.FillDomainUserGrid()"),
+                            RuntimeError(ErrorNumber::InvalidArgument,
+                                         QStringLiteral("%1 record(s) with a field longer than a "
+                                                        "record can hold were left out.")
+                                             .arg(oversized)));
         const QModelIndex current = lvDomainUser->currentIndex();
         if (selected < 0 && current.isValid()) {
             m_filling = true;

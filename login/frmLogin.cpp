@@ -5,6 +5,7 @@
 #include "MainWindowPort.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
+#include "RuntimeError.h"
 #include "Seams.h"
 #include "ServiceConfig.h"
 #include "TextRules.h"
@@ -346,8 +347,27 @@ void frmLogin::cmdLogin_Click()
     }
 
     clsUser &user = User();
+    // No real value comes near these lengths (a name has at most 253
+    // characters); one beyond them is cut, and the log says so, so that the
+    // windows never lay out megabytes of text. The record list is checked
+    // record by record where the grid is filled.
     const auto value = [&reply](const char *label) {
-        return basDNS::GetReplyValue(reply, QLatin1String(label));
+        QString text = basDNS::GetReplyValue(reply, QLatin1String(label));
+        if (qstrcmp(label, "DomainUserRecords:") == 0)
+            return text;
+        const bool list = qstrcmp(label, "Domains:") == 0 || qstrcmp(label, "RecordTypes:") == 0;
+        const qsizetype limit = list ? 1 << 16 : 253;
+        if (text.size() > limit) {
+            basErr::LogOnly(QStringLiteral("frmLogin.cmdLogin_Click()"),
+                            RuntimeError(ErrorNumber::InvalidArgument,
+                                         QStringLiteral("The login's \"%1\" value of %2 "
+                                                        "characters was cut to %3.")
+                                             .arg(QLatin1String(label))
+                                             .arg(text.size())
+                                             .arg(limit)));
+            text.truncate(limit);
+        }
+        return text;
     };
     user.sUsername = TextRules::Trim(txtUsername->text());
     user.sFirstName = value("FirstName:");

@@ -28,4 +28,9 @@ QString Key(const QString &domain, const QString &type, const QString &name, con
         .toUpper();
 }
 
+bool WithinLimits(QStringView domain, QStringView type, QStringView name, QStringView value)
+{
+    return domain.size() <= 253 && type.size() <= 32 && name.size() <= 253 && value.size() <= 2048;
+}
+
 } // namespace RecordList

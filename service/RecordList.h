@@ -22,4 +22,10 @@ QStringList Fields(const QString &piece);
 QString Key(const QString &domain, const QString &type, const QString &name,
             const QString &address);
 
+// Whether a record's fields are within what the service's records can hold:
+// a domain or host name at most 253 characters, a record type 32, a value
+// (an address, a host name, a port relay's URL) 2048. A record beyond them
+// came from no real service and is left out.
+bool WithinLimits(QStringView domain, QStringView type, QStringView name, QStringView value);
+
 } // namespace RecordList

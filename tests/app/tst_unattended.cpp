@@ -153,6 +153,24 @@ private slots:
         QCOMPARE(stateNames(u"demo"_s), before);
     }
 
+    // A record with a field no record can hold (5 MB) is left out with a line
+    // in the log; the rest of the list shows, and the saved marks stay.
+    void oversizedField_isLeftOut()
+    {
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        const QString huge(5 << 20, u'x');
+        QVERIFY(
+            m_service->setNextReply(u"SUCCESS</p>IPAddress:203.0.113.7</p>DomainUserRecords:"
+                                    "acme.test;;A;;mail;;203.0.113.7~~acme.test;;CNAME;;big;;"_s +
+                                    huge + u"~~acme.test;;A;;web;;203.0.113.9</p>"_s));
+        QVERIFY(check(w));
+        QCOMPARE(w.lvDomainUser->model()->rowCount(), 2);
+        QVERIFY(rowNamed(w, u"web"_s) >= 0);
+        QVERIFY(logText().contains(u"1 record(s) with a field longer than a record can hold"_s));
+        w.SaveSettings();
+        QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);
+    }
+
     // The whole path as a user meets it: logged in, automatic on, rate 60,
     // then nobody at the screen. The window's own timer finds the new address
     // within 75 s; the record is replaced by a delete and an add back to
