@@ -10,6 +10,7 @@ namespace {
 // Older requests are dropped beyond this many, so a long-running service
 // does not grow without end.
 constexpr qsizetype maxLoggedRequests = 10000;
+constexpr qsizetype maxLoggedBytes = 4 << 20; // characters
 
 QString labelled(const QString &label, const QString &value)
 {
@@ -67,9 +68,13 @@ DnsScript::DnsScript(AccountBook &book, Today today)
 
 QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
 {
-    if (m_requests.size() >= maxLoggedRequests)
-        m_requests.removeFirst();
+    // The kept queries are bounded in number and in bytes, oldest first out.
     m_requests.append(rawQuery);
+    m_requestBytes += rawQuery.size();
+    while (m_requests.size() > maxLoggedRequests || m_requestBytes > maxLoggedBytes) {
+        m_requestBytes -= m_requests.constFirst().size();
+        m_requests.removeFirst();
+    }
     if (m_nextReply && rawQuery.contains(m_nextReplyMatch))
         return std::exchange(m_nextReply, std::nullopt).value();
 

@@ -34,9 +34,13 @@ public:
     QString publicAddress() const { return m_publicAddress; }
 
     // The raw query texts received since the start (or the last clear),
-    // oldest first.
+    // oldest first; at most the last 10,000, and at most 4 M characters.
     const QStringList &requests() const { return m_requests; }
-    void clearRequests() { m_requests.clear(); }
+    void clearRequests()
+    {
+        m_requests.clear();
+        m_requestBytes = 0;
+    }
     // Makes the next request, whatever it asks (or the next whose query
     // holds match, when one is given), get this text as its whole reply and
     // change nothing; for trying the client on replies the service would not
@@ -61,6 +65,7 @@ private:
     Today m_today;
     QString m_publicAddress;
     QStringList m_requests;
+    qsizetype m_requestBytes = 0;
     std::optional<QString> m_nextReply;
     QString m_nextReplyMatch;
 };

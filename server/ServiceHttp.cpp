@@ -7,10 +7,14 @@
 #include <QHttpServerRequest>
 #include <QHttpServerResponse>
 #include <QPointer>
+#include <QSslServer>
+#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 #include <QUrlQuery>
+#include <algorithm>
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -74,19 +78,90 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
     drip->start(m_paceMs);
 }
 
+namespace {
+
+// The longest line a request may have, request line included.
+constexpr qsizetype kLongestLine = 8192;
+const char *const kGuarded = "veltrioLineGuard";
+
+// Answers 414 and closes a connection on which a line runs longer than
+// kLongestLine, before the HTTP server has buffered any more of it: a client
+// cannot make the service hold megabytes of one request. Runs before the
+// server reads, as it is connected first.
+void limitLineLength(QTcpSocket *socket)
+{
+    socket->setProperty(kGuarded, true);
+    auto run = std::make_shared<qsizetype>(0); // bytes since the last line feed
+    QObject::connect(socket, &QIODevice::readyRead, socket, [socket, run] {
+        const QByteArray chunk = socket->peek(socket->bytesAvailable());
+        qsizetype longest = 0;
+        qsizetype start = 0;
+        for (qsizetype at = chunk.indexOf('\n'); at >= 0; at = chunk.indexOf('\n', start)) {
+            longest = std::max(longest, *run + at - start);
+            *run = 0;
+            start = at + 1;
+        }
+        *run += chunk.size() - start;
+        if (std::max(longest, *run) <= kLongestLine)
+            return;
+        socket->readAll();
+        socket->write("HTTP/1.1 414 URI Too Long\r\nContent-Type: text/plain\r\n"
+                      "Content-Length: 24\r\nConnection: close\r\n\r\n"
+                      "request line too long.\r\n");
+        socket->disconnectFromHost();
+    });
+}
+
+// A listener whose connections get the line limit as they come in.
+template <typename Server> class LineLimitedServer : public Server
+{
+public:
+    explicit LineLimitedServer(QObject *parent) : Server(parent) {}
+
+protected:
+    void incomingConnection(qintptr handle) override
+    {
+        if constexpr (std::is_same_v<Server, QTcpServer>) {
+            // The HTTP server takes a connection as soon as it is pending:
+            // the limit comes first.
+            auto *socket = new QTcpSocket(this);
+            socket->setSocketDescriptor(handle);
+            limitLineLength(socket);
+            this->addPendingConnection(socket);
+        } else {
+            // A TLS connection is pending only once encrypted.
+            Server::incomingConnection(handle);
+            for (QTcpSocket *socket :
+                 this->template findChildren<QTcpSocket *>(Qt::FindDirectChildrenOnly)) {
+                if (!socket->property(kGuarded).toBool())
+                    limitLineLength(socket);
+            }
+        }
+    }
+};
+
+} // namespace
+
 quint16 ServiceHttp::listen(const QHostAddress &address, quint16 port,
                             const std::optional<QSslConfiguration> &tls)
 {
-    // One server per listener: a server set up for TLS turns every listener
-    // it opens into a TLS one.
+    // One server per listener, on a listener of our own that limits lines.
     auto *server = new QHttpServer(this);
-    if (tls)
-        server->sslSetup(*tls);
-    addRoutes(*server);
-    const quint16 actual = server->listen(address, port);
-    if (actual == 0)
+    QTcpServer *listener = nullptr;
+    if (tls) {
+        auto *secure = new LineLimitedServer<QSslServer>(server);
+        secure->setSslConfiguration(*tls);
+        listener = secure;
+    } else {
+        listener = new LineLimitedServer<QTcpServer>(server);
+    }
+    if (!listener->listen(address, port)) {
         delete server;
-    return actual;
+        return 0;
+    }
+    server->bind(listener);
+    addRoutes(*server);
+    return listener->serverPort();
 }
 
 void ServiceHttp::addRoutes(QHttpServer &server)
@@ -126,10 +201,15 @@ void ServiceHttp::addRoutes(QHttpServer &server)
         if (!fromLoopback(request))
             return text(QStringLiteral("forbidden\n"), Status::Forbidden);
         const QUrlQuery query = request.query();
-        if (!query.hasQueryItem(QStringLiteral("text")))
-            return text(QStringLiteral("give the reply as text=...\n"), Status::BadRequest);
-        m_script.setNextReply(query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded),
-                              query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded));
+        // A reply too long for a request line comes as the body of a POST.
+        const bool posted = request.method() == QHttpServerRequest::Method::Post;
+        if (!posted && !query.hasQueryItem(QStringLiteral("text")))
+            return text(QStringLiteral("give the reply as text=... or POST it\n"),
+                        Status::BadRequest);
+        m_script.setNextReply(
+            posted ? QString::fromUtf8(request.body())
+                   : query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded),
+            query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded));
         return text(QStringLiteral("the next request gets the given reply\n"));
     });
 

@@ -277,6 +277,20 @@ private slots:
         QCOMPARE(ask(query), reply);
     }
 
+    // What the service keeps of the queries it received is bounded in bytes
+    // too, oldest first out: long queries cannot make it grow without end.
+    void keptQueries_areBoundedInBytes()
+    {
+        const QString query = QStringLiteral("FXN=GetIPAddress&Usr=bob&x=") + QString(8000, u'y');
+        for (int i = 0; i < 1000; ++i)
+            ask(query);
+        qsizetype kept = 0;
+        for (const QString &q : script->requests())
+            kept += q.size();
+        QVERIFY2(kept <= 4 << 20, qPrintable(QString::number(kept)));
+        QVERIFY(script->requests().size() > 400);
+    }
+
     void records_surviveRestart_andForeignUsersAreKept()
     {
         const QString www = QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=www&Domain=bob"

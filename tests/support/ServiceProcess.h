@@ -131,10 +131,9 @@ public:
     // With match, the next request whose query holds it.
     bool setNextReply(const QString &reply, const QString &match = QString())
     {
-        return admin(QStringLiteral("/admin/next-reply?text=") +
-                     QString::fromLatin1(QUrl::toPercentEncoding(reply)) +
-                     QStringLiteral("&match=") +
-                     QString::fromLatin1(QUrl::toPercentEncoding(match)))
+        return admin(QStringLiteral("/admin/next-reply?match=") +
+                         QString::fromLatin1(QUrl::toPercentEncoding(match)),
+                     reply.toUtf8())
             .has_value();
     }
 
@@ -230,15 +229,18 @@ private:
         return true;
     }
 
-    // A GET of an admin request on the plain-HTTP listener; the reply body,
-    // or nullopt (and a warning) when it failed.
-    std::optional<QString> admin(const QString &pathAndQuery)
+    // An admin request on the plain-HTTP listener; the reply body, or nullopt
+    // (and a warning) when it failed.
+    // With a body, the request is a POST of it.
+    std::optional<QString> admin(const QString &pathAndQuery,
+                                 const std::optional<QByteArray> &body = std::nullopt)
     {
         QNetworkAccessManager network;
         QNetworkRequest request(
             QUrl(QStringLiteral("http://127.0.0.1:%1").arg(m_httpPort) + pathAndQuery));
         request.setTransferTimeout(10000);
-        QNetworkReply *reply = network.get(request);
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("text/plain"));
+        QNetworkReply *reply = body ? network.post(request, *body) : network.get(request);
         QEventLoop loop;
         QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
         loop.exec(); // the reply goes with the network manager
