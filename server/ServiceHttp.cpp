@@ -63,6 +63,14 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
         return;
     }
     const QByteArray body = m_script.answer(query, peer).toUtf8();
+    if (pace == Pace::Drop) {
+        held->writeStatusLine();
+        held->writeHeader("Content-Type", htmlType);
+        held->writeHeader("Content-Length", QByteArray::number(body.size()));
+        held->writeBody(body.left(body.size() / 2));
+        socket->disconnectFromHost();
+        return;
+    }
     held->writeStatusLine();
     held->writeHeader("Content-Type", htmlType);
     held->writeHeader("Content-Length", QByteArray::number(body.size()));
@@ -84,31 +92,64 @@ namespace {
 constexpr qsizetype kLongestLine = 8192;
 const char *const kGuarded = "veltrioLineGuard";
 
-// Answers 414 and closes a connection on which a line runs longer than
-// kLongestLine, before the HTTP server has buffered any more of it: a client
-// cannot make the service hold megabytes of one request. Runs before the
-// server reads, as it is connected first.
+// The largest body a request may carry (only the admin requests take one).
+constexpr qsizetype kLargestBody = 16 << 20;
+
+// Where a connection's byte stream stands: in a request's head (line by
+// line) or in its body.
+struct Framing
+{
+    qsizetype lineLength = 0; // bytes of the current line so far
+    QByteArray line;          // its start, enough to read Content-Length
+    qsizetype contentLength = 0;
+    qsizetype bodyLeft = 0;
+};
+
+void refuse(QTcpSocket *socket, const char *status)
+{
+    socket->readAll();
+    socket->write(QByteArray("HTTP/1.1 ") + status +
+                  "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    socket->disconnectFromHost();
+}
+
+// Answers 414 and closes a connection on which a line of a request's head
+// (the request line included) runs longer than kLongestLine, or 413 for a
+// body beyond kLargestBody, before the HTTP server has buffered any more of
+// it: a client cannot make the service hold megabytes of one request. Runs
+// before the server reads, as it is connected first.
 void limitLineLength(QTcpSocket *socket)
 {
     socket->setProperty(kGuarded, true);
-    auto run = std::make_shared<qsizetype>(0); // bytes since the last line feed
-    QObject::connect(socket, &QIODevice::readyRead, socket, [socket, run] {
+    auto framing = std::make_shared<Framing>();
+    QObject::connect(socket, &QIODevice::readyRead, socket, [socket, framing] {
         const QByteArray chunk = socket->peek(socket->bytesAvailable());
-        qsizetype longest = 0;
-        qsizetype start = 0;
-        for (qsizetype at = chunk.indexOf('\n'); at >= 0; at = chunk.indexOf('\n', start)) {
-            longest = std::max(longest, *run + at - start);
-            *run = 0;
-            start = at + 1;
+        Framing &f = *framing;
+        for (qsizetype i = 0; i < chunk.size(); ++i) {
+            if (f.bodyLeft > 0) {
+                const qsizetype take = std::min(f.bodyLeft, chunk.size() - i);
+                f.bodyLeft -= take;
+                i += take - 1;
+                continue;
+            }
+            const char c = chunk.at(i);
+            if (c != '\n') {
+                if (++f.lineLength > kLongestLine)
+                    return refuse(socket, "414 URI Too Long");
+                if (f.line.size() < 64 && c != '\r')
+                    f.line += c;
+                continue;
+            }
+            if (f.line.isEmpty()) { // the head's end
+                f.bodyLeft = std::exchange(f.contentLength, 0);
+            } else if (f.line.toLower().startsWith("content-length:")) {
+                f.contentLength = f.line.mid(15).trimmed().toLongLong();
+                if (f.contentLength < 0 || f.contentLength > kLargestBody)
+                    return refuse(socket, "413 Content Too Large");
+            }
+            f.line.clear();
+            f.lineLength = 0;
         }
-        *run += chunk.size() - start;
-        if (std::max(longest, *run) <= kLongestLine)
-            return;
-        socket->readAll();
-        socket->write("HTTP/1.1 414 URI Too Long\r\nContent-Type: text/plain\r\n"
-                      "Content-Length: 24\r\nConnection: close\r\n\r\n"
-                      "request line too long.\r\n");
-        socket->disconnectFromHost();
     });
 }
 
@@ -217,13 +258,14 @@ void ServiceHttp::addRoutes(QHttpServer &server)
     // answered late, or its reply trickles out a byte at a time.
     for (const auto &[path, pace] :
          {std::pair{QStringLiteral("/admin/next-delay"), Pace::Delay},
-          std::pair{QStringLiteral("/admin/next-trickle"), Pace::Trickle}}) {
+          std::pair{QStringLiteral("/admin/next-trickle"), Pace::Trickle},
+          std::pair{QStringLiteral("/admin/next-drop"), Pace::Drop}}) {
         server.route(path, [this, pace](const QHttpServerRequest &request) {
             if (!fromLoopback(request))
                 return text(QStringLiteral("forbidden\n"), Status::Forbidden);
             bool ok = false;
             const int ms = request.query().queryItemValue(QStringLiteral("ms")).toInt(&ok);
-            if (!ok || ms < 0)
+            if (pace != Pace::Drop && (!ok || ms < 0))
                 return text(QStringLiteral("give the time as ms=N\n"), Status::BadRequest);
             m_nextPace = pace;
             m_paceMs = ms;

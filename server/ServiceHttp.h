@@ -19,6 +19,7 @@ class QHttpServerResponder;
 //                                      request (whose query holds match)
 //   /admin/next-delay?ms=N             the next request is answered after N ms
 //   /admin/next-trickle?ms=N           the next reply goes out one byte every N ms
+//   /admin/next-drop                   the next reply stops half-way, connection closed
 // Every listener serves every path.
 class ServiceHttp : public QObject
 {
@@ -36,7 +37,7 @@ private:
     void answer(const QHttpServerRequest &request, QHttpServerResponder &&responder);
 
     DnsScript &m_script;
-    enum class Pace { Normal, Delay, Trickle };
+    enum class Pace { Normal, Delay, Trickle, Drop };
     Pace m_nextPace = Pace::Normal;
     int m_paceMs = 0;
 };

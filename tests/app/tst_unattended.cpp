@@ -171,6 +171,61 @@ private slots:
         QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);
     }
 
+    // What a hostile or broken service can do to an exchange, for the
+    // background check and for a user's command (deleting "mail"): each ends
+    // in a failed exchange or the error report, the window takes input again,
+    // the records at the service and the saved automatic list stay.
+    void faultMatrix_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<bool>("userCommand");
+        for (const char *fault : {"silent", "trickle", "drop", "oversize", "empty", "malformed"}) {
+            QTest::addRow("%s, check", fault) << QString::fromLatin1(fault) << false;
+            QTest::addRow("%s, delete", fault) << QString::fromLatin1(fault) << true;
+        }
+    }
+    void faultMatrix()
+    {
+        QFETCH(QString, fault);
+        QFETCH(bool, userCommand);
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        basDNS::SetTransferTimeout(1500);
+        QVERIFY(m_service->setPublicIp(kNew));
+        const int rows = w.lvDomainUser->model()->rowCount();
+        const bool armed =
+            fault == "silent"_L1     ? m_service->setNextDelay(30000)
+            : fault == "trickle"_L1  ? m_service->setNextTrickle(300)
+            : fault == "drop"_L1     ? m_service->setNextDrop()
+            : fault == "oversize"_L1 ? m_service->setNextReply(QString(10 << 20, u'x'))
+            : fault == "empty"_L1    ? m_service->setNextReply(QString())
+                                     : m_service->setNextReply(u"SUCCESS</p>DomainUserRecords:"
+                                                               "acme.test;;A;;mail"_s);
+        QVERIFY(armed);
+        if (userCommand) {
+            select(w, u"mail"_s);
+            w.cmdDeleteGrid_Click();
+            // The question, then the failed command's outcome or the error
+            // report. (A service that acted and then failed to answer has
+            // deleted the record all the same: that is the service's doing.)
+            QCOMPARE(m_seams->messages.size(), 2);
+            const QString outcome = m_seams->messages[1].text;
+            QVERIFY2(outcome.startsWith(u"Could not Remove IP."_s) ||
+                         outcome.startsWith(u"basDNS.DNSTickler()"_s),
+                     qPrintable(outcome.left(80)));
+        } else {
+            w.tmrAuto_Timer();
+        }
+        QVERIFY(settled(&w));
+        QVERIFY(w.isEnabled());
+        if (!userCommand) {
+            QCOMPARE(m_seams->messages.size(), 0);
+            QCOMPARE(sent(), QStringList());
+        }
+        QCOMPARE(w.lvDomainUser->model()->rowCount(), rows);
+        w.SaveSettings();
+        QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);
+    }
+
     // The whole path as a user meets it: logged in, automatic on, rate 60,
     // then nobody at the screen. The window's own timer finds the new address
     // within 75 s; the record is replaced by a delete and an add back to

@@ -147,6 +147,8 @@ public:
     {
         return admin(QStringLiteral("/admin/next-trickle?ms=%1").arg(ms)).has_value();
     }
+    // Makes the next reply stop half-way, the connection closed.
+    bool setNextDrop() { return admin(QStringLiteral("/admin/next-drop")).has_value(); }
 
     // The query texts of the protocol requests received so far, oldest first.
     QStringList requests()
