@@ -2,18 +2,19 @@
 
 #include "RegistryStore.h"
 #include "ServiceConfig.h"
+#include "Version.h"
 #include "basErr.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>
 #include <cstdio>
 
-bool ProgramOptions::AsksForHelp(int argc, char **argv)
+bool ProgramOptions::AnswersWithoutDisplay(int argc, char **argv)
 {
     for (int i = 1; i < argc; ++i) {
         const QByteArray argument(argv[i]);
         if (argument == "-h" || argument == "--help" || argument == "-?" ||
-            argument == "--help-all")
+            argument == "--help-all" || argument == "-v" || argument == "--version")
             return true;
     }
     return false;
@@ -25,6 +26,7 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
     parser.setApplicationDescription(
         QStringLiteral("Veltrio Dynamic DNS: keeps your DNS records pointed at this machine."));
     const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption config(
         QStringLiteral("config"),
         QStringLiteral("Service hosts from FILE instead of veltrio.conf."), QStringLiteral("FILE"));
@@ -41,6 +43,13 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
     if (parser.isSet(help) || parser.isSet(QStringLiteral("help-all"))) {
         options.action = Action::ShowHelp;
         options.message = parser.helpText();
+        return options;
+    }
+    if (parser.isSet(version)) {
+        options.action = Action::ShowVersion;
+        options.message = QStringLiteral("veltrio-dns %1.%2\n")
+                              .arg(Version::MajorMinor())
+                              .arg(Version::Revision());
         return options;
     }
     if (!parsed) {
@@ -77,6 +86,7 @@ int ProgramOptions::Report() const
 {
     switch (action) {
     case Action::ShowHelp:
+    case Action::ShowVersion:
         std::fputs(qPrintable(message), stdout);
         return 0;
     case Action::Fail:

@@ -9,20 +9,23 @@
 //   --settings FILE  the settings file (default: the registry on Windows, an
 //                    INI file in the user's config folder elsewhere)
 //   --log-dir DIR    the folder of the daily error logs
-//   --help
+//   --help, --version
 struct ProgramOptions
 {
-    enum class Action { Run, ShowHelp, Fail };
+    enum class Action { Run, ShowHelp, ShowVersion, Fail };
 
     Action action = Action::Run;
     QString configFile;
     QString settingsFile;
     QString logDir;
-    // The help text (ShowHelp) or what was wrong (Fail).
+    // The help text (ShowHelp), the version line (ShowVersion) or what was
+    // wrong (Fail).
     QString message;
 
-    // Whether the raw command line asks for help ("-h", "--help", "-?", "--help-all").
-    static bool AsksForHelp(int argc, char **argv);
+    // Whether the raw command line asks only for words, answered without a
+    // window system: help ("-h", "--help", "-?", "--help-all") or the
+    // version ("-v", "--version").
+    static bool AnswersWithoutDisplay(int argc, char **argv);
 
     // Reads the arguments (the program's name first).
     static ProgramOptions Parse(const QStringList &arguments);
@@ -31,7 +34,8 @@ struct ProgramOptions
     // store's file and the log folder.
     void Apply() const;
 
-    // For ShowHelp and Fail: prints the message (help to standard output,
-    // errors to standard error) and returns the exit code, 0 or 2.
+    // For ShowHelp, ShowVersion and Fail: prints the message (help and version
+    // to standard output, errors to standard error) and returns the exit code,
+    // 0 or 2.
     int Report() const;
 };

@@ -11,10 +11,10 @@
 
 int main(int argc, char *argv[])
 {
-    // Help needs no window system: it is answered on a machine without a
-    // display too. Everything else is read once Qt has taken its own options
+    // Help and the version need no window system: they are answered on a
+    // machine without a display too. Everything else is read once Qt has taken its own options
     // (-platform, -style, ...) off the command line.
-    if (ProgramOptions::AsksForHelp(argc, argv)) {
+    if (ProgramOptions::AnswersWithoutDisplay(argc, argv)) {
         QCoreApplication commandLine(argc, argv);
         return ProgramOptions::Parse(QCoreApplication::arguments()).Report();
     }

@@ -1,5 +1,8 @@
 #include "ProgramOptions.h"
 
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
 #include <QTest>
 
 using Action = ProgramOptions::Action;
@@ -23,6 +26,8 @@ private slots:
         QTest::newRow("missing config file") << "--config /nonexistent/veltrio.conf"
                                              << int(Action::Fail) << "/nonexistent/veltrio.conf";
         QTest::newRow("stray argument") << "extra" << int(Action::Fail) << "extra";
+        QTest::newRow("version") << "--settings s.ini --version" << int(Action::ShowVersion)
+                                 << "veltrio-dns 1.0.";
     }
     void parse()
     {
@@ -39,6 +44,35 @@ private slots:
             QCOMPARE(options.settingsFile, QStringLiteral("s.ini"));
             QCOMPARE(options.logDir, QStringLiteral("logs"));
         }
+    }
+
+    // On a machine without any display the program still tells its version
+    // and its options, instead of aborting in the window system's plugin.
+    void answersWithoutADisplay_data()
+    {
+        QTest::addColumn<QString>("option");
+        QTest::addColumn<QString>("said"); // a piece of standard output
+        QTest::newRow("version") << "--version"
+                                 << "veltrio-dns 1.0.";
+        QTest::newRow("help") << "--help"
+                              << "--log-dir";
+    }
+    void answersWithoutADisplay()
+    {
+        QFETCH(QString, option);
+        QFETCH(QString, said);
+        const QString client = qEnvironmentVariable("VELTRIO_CLIENT_BIN");
+        QVERIFY2(QFile::exists(client), "VELTRIO_CLIENT_BIN names no program");
+        QProcess program;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            env.remove(QLatin1String(name));
+        program.setProcessEnvironment(env);
+        program.start(client, {option});
+        QVERIFY(program.waitForFinished(10000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QVERIFY(QString::fromUtf8(program.readAllStandardOutput()).contains(said));
     }
 };
 
