@@ -125,6 +125,7 @@ CaptionLabel *makeHelp(const QString &name, QWidget *parent, const QStyle *style
     const int side = Twips::ToPixels(kHelpSide);
     help->setPixmap(style->standardIcon(QStyle::SP_MessageBoxQuestion).pixmap(side, side));
     help->setToolTip(QStringLiteral("Click here for help page."));
+    NameHelpPicture(help);
     help->setCursor(Icons::Hand());
     return help;
 }

@@ -164,6 +164,7 @@ void frmLogin::buildLoginPanel()
     imgHelpDomain = new CaptionLabel(QStringLiteral("imgHelpDomain"), QString(), f);
     imgHelpDomain->setPixmap(helpPicture(this));
     imgHelpDomain->setToolTip(QStringLiteral("Click here for help page."));
+    NameHelpPicture(imgHelpDomain);
     Twips::Move(imgHelpDomain, kPanelWidth - kHelpSide - 120, 120, kHelpSide, kHelpSide);
     connect(imgHelpDomain, &CaptionLabel::clicked, this, &frmLogin::imgHelpDomain_Click);
 
@@ -217,6 +218,7 @@ void frmLogin::buildAdvancedPanel()
     imgHelpAdvanced = new QLabel(f);
     imgHelpAdvanced->setObjectName(QStringLiteral("imgHelpAdvanced"));
     imgHelpAdvanced->setPixmap(helpPicture(this));
+    NameHelpPicture(imgHelpAdvanced);
     Twips::Move(imgHelpAdvanced, kPanelWidth - kHelpSide - 120, 120, kHelpSide, kHelpSide);
 
     Label16 = caption("Label16", QStringLiteral("Ports:"), f);

@@ -32,6 +32,13 @@ void CaptionLabel::mouseReleaseEvent(QMouseEvent *event)
     QLabel::mouseReleaseEvent(event);
 }
 
+void NameHelpPicture(QWidget *picture)
+{
+    picture->setAccessibleName(QStringLiteral("Help"));
+    picture->setAccessibleDescription(
+        picture->toolTip().isEmpty() ? QStringLiteral("Help for this panel.") : picture->toolTip());
+}
+
 PictureButton::PictureButton(const QString &objectName, const QString &labelName,
                              const QString &caption, QWidget *parent)
     : QPushButton(parent), m_label(new CaptionLabel(labelName, caption, parent))
@@ -40,6 +47,12 @@ PictureButton::PictureButton(const QString &objectName, const QString &labelName
     setFlat(true);
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
+    // The caption is drawn by a label over the picture: a screen reader
+    // hears it from the button itself.
+    QString name = caption;
+    name.remove(QLatin1Char('&'));
+    setAccessibleName(name);
+    setAccessibleDescription(name + QStringLiteral(" button"));
     setPicture(QStringLiteral("ButtonUp"));
     QFont font = m_label->font();
     font.setBold(true);

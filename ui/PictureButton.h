@@ -25,6 +25,10 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 };
 
+// A help picture (a question mark) as assistive technology presents it:
+// named "Help", described by its tool tip.
+void NameHelpPicture(QWidget *picture);
+
 class PictureButton : public QPushButton
 {
     Q_OBJECT

@@ -3,15 +3,20 @@
 #include "TestSeams.h"
 #include "frmMain.h"
 
+#include "PictureButton.h"
+#include "frmLogin.h"
+
 #include "RegistryStore.h"
 #include "basErr.h"
 #include "clsUser.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -258,6 +263,31 @@ private slots:
         m_w->lblIPAddress->setText(u"203.0.113.5"_s);
         m_w->chkDomainAutoIP->click();
         QCOMPARE(m_w->txtServerIP->text(), u"http://203.0.113.5"_s);
+    }
+
+    // A screen reader meets every picture button by its caption and every
+    // help picture as "Help", on both windows.
+    void pictureButtonsAndHelp_haveAccessibleNames()
+    {
+        frmMain main;
+        frmLogin login;
+        int buttons = 0;
+        for (const QWidget *window : std::initializer_list<const QWidget *>{&main, &login}) {
+            for (PictureButton *button : window->findChildren<PictureButton *>()) {
+                QAccessibleInterface *a = QAccessible::queryAccessibleInterface(button);
+                QVERIFY(a);
+                QCOMPARE(a->text(QAccessible::Name), button->label()->text().remove(u'&'));
+                QVERIFY(!a->text(QAccessible::Description).isEmpty());
+                ++buttons;
+            }
+            for (QWidget *help :
+                 window->findChildren<QWidget *>(QRegularExpression(QStringLiteral("^imgHelp")))) {
+                QAccessibleInterface *a = QAccessible::queryAccessibleInterface(help);
+                QCOMPARE(a->text(QAccessible::Name), QStringLiteral("Help"));
+                QVERIFY(!a->text(QAccessible::Description).isEmpty());
+            }
+        }
+        QVERIFY(buttons >= 10);
     }
 };
 
