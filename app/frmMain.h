@@ -127,6 +127,7 @@ public:
     // Requests made from the tray menu, carried out once the menu has closed.
     bool bLogOffPending = false;
     bool bExitPending = false;
+    // What the last check of the automatic refresh told, line by line.
     QString sTrayText;
     // Where no tray exists, the one box that says what the refresh did.
     QPointer<QMessageBox> refreshBox;
@@ -166,7 +167,6 @@ public:
     void ShowUpTime();
     // The automatic refresh that tmrAuto drives.
     RefreshEngine &Engine() { return *m_engine; }
-    const RefreshTimer &Refresh() const { return m_engine->Timer(); }
 
     // --- What the automatic refresh reads and shows ---------------------------------------
     QString RefreshRateText() const override;

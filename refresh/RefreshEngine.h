@@ -42,7 +42,6 @@ public:
 
     // No check is running or waiting to run.
     bool Idle() const { return !m_running && !m_due; }
-    const RefreshTimer &Timer() const { return m_timer; }
 
 signals:
     // A check has ended (also one that found nothing to do).
