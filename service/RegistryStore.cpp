@@ -57,6 +57,31 @@ QHash<QString, FileStamp> &brokenFiles()
     return files;
 }
 
+// Whether an INI file holds a value QSettings would rebuild as a serialized
+// object ("@Variant(...)"): this program never writes one (a text that
+// starts with "@" is stored as "@@"), and rebuilding a crafted one can ask
+// for gigabytes. Such a file is not ours to read. Each file is looked
+// through once per version of it.
+bool holdsSerializedObjects(const QString &file)
+{
+    static QHash<QString, std::pair<FileStamp, bool>> checked;
+    const FileStamp stamp = stampOf(file);
+    const auto known = checked.constFind(file);
+    if (known != checked.cend() && known->first == stamp)
+        return known->second;
+    bool found = false;
+    QFile ini(file);
+    if (ini.open(QIODevice::ReadOnly)) {
+        while (!found && !ini.atEnd()) {
+            const QByteArray line = ini.readLine(1 << 20);
+            const qsizetype equals = line.indexOf('=');
+            found = equals > 0 && line.mid(equals + 1).trimmed().startsWith("@Variant(");
+        }
+    }
+    checked.insert(file, {stamp, found});
+    return found;
+}
+
 QString encodeName(const QString &name)
 {
     QString out;
@@ -182,7 +207,7 @@ struct RegistryStore::Private
     {
         if (iniFile.isEmpty())
             return false;
-        if (settings->status() == QSettings::FormatError) {
+        if (settings->status() == QSettings::FormatError || holdsSerializedObjects(iniFile)) {
             brokenFiles().insert(iniFile, stampOf(iniFile));
             return true;
         }

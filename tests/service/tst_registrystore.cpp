@@ -96,6 +96,9 @@ private slots:
         QTest::newRow("no file") << QByteArray() << QString();
         QTest::newRow("list") << QByteArray("[Init]\nPort=80, 8080\n") << QString();
         QTest::newRow("binary") << QByteArray("[Init]\nPort=@ByteArray(80)\n") << QString();
+        // Found by fuzzing: a serialized list claiming a huge count.
+        QTest::newRow("serialized object")
+            << QByteArray("[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n") << QString();
         QTest::newRow("other values fine") << QByteArray("[Init]\nPort=1400\nX=1,2\n") << u"1400"_s;
     }
     void unusableContentReadsEmpty()
@@ -140,8 +143,8 @@ private slots:
         QVERIFY(QFile::setPermissions(m_file, QFile::ReadOwner | QFile::WriteOwner |
                                                   QFile::ReadGroup | QFile::ReadOther));
         at(kInit)->WriteValue(u"Password"_s, u"secret"_s, RegistryStore::Text);
-        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther |
-                            QFile::WriteOther;
+        const auto others =
+            QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
         QCOMPARE(QFile::permissions(m_file) & others, QFileDevice::Permissions());
     }
 #endif
