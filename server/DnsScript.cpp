@@ -176,7 +176,10 @@ QString DnsScript::tickler(const QueryText &query, bool advanced)
         record.address = account->hostName();
     if (record.address.isEmpty())
         return fail(QStringLiteral("Missing parameter IPAddress"));
-    if (!isSafeFieldText(record.name) || !isSafeFieldText(record.address))
+    // A host name never holds a colon; one that did could read as a reply's
+    // label ("DomainUserRecords:") to the client. A relay's address keeps its.
+    if (!isSafeFieldText(record.name) || record.name.contains(u':') ||
+        !isSafeFieldText(record.address))
         return fail(QStringLiteral("The name or address holds a character that is not allowed"));
 
     const QList<ServiceRecord> before = account->records;

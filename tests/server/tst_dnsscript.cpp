@@ -177,6 +177,11 @@ private slots:
             q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
               "IPAddress=192.0.2.1;;x"),
             "The name or address holds a character that is not allowed", bobRecord);
+        // Found by fuzzing: a name that is a reply label would be read as one.
+        row("label as the name", "bob",
+            q("Cname=DomainUserRecords:&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A"
+              "&IPAddress=192.0.2.8"),
+            "The name or address holds a character that is not allowed", bobRecord);
     }
     void tickler()
     {
