@@ -205,9 +205,12 @@ QString DnsScript::tickler(const QueryText &query, bool advanced)
             return fail(QStringLiteral("The records could not be stored; nothing was changed"));
         }
     }
-    return QStringLiteral("SUCCESS</p>") + labelled(QStringLiteral("Transaction Complete:"), done) +
-           labelled(QStringLiteral("IPAddress:"), record.address) +
-           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
+    // The record list comes first: a client reads a label where it first
+    // stands, and the message after it repeats what the caller sent.
+    return QStringLiteral("SUCCESS</p>") +
+           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records)) +
+           labelled(QStringLiteral("Transaction Complete:"), done) +
+           labelled(QStringLiteral("IPAddress:"), record.address);
 }
 
 QString DnsScript::getIPAddress(const QueryText &query, const QString &caller)

@@ -177,11 +177,16 @@ private slots:
             q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
               "IPAddress=192.0.2.1;;x"),
             "The name or address holds a character that is not allowed", bobRecord);
-        // Found by fuzzing: a name that is a reply label would be read as one.
+        // Found by fuzzing: a name or address that is a reply label must not
+        // be read as one.
         row("label as the name", "bob",
             q("Cname=DomainUserRecords:&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A"
               "&IPAddress=192.0.2.8"),
             "The name or address holds a character that is not allowed", bobRecord);
+        row("label as the address of a missing record", "bob",
+            q("Cname=mail&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A"
+              "&IPAddress=DomainUserRecords:1"),
+            "", bobRecord);
     }
     void tickler()
     {
@@ -197,7 +202,7 @@ private slots:
                                   QStringLiteral("&Pwd=") + password);
 
         if (error.isEmpty()) {
-            QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>Transaction Complete:")),
+            QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>DomainUserRecords:")),
                      qPrintable(reply));
             QCOMPARE(valueOf(reply, QStringLiteral("DomainUserRecords:")), records);
         } else {
