@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QSettings>
 #include <QStandardPaths>
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -57,11 +58,37 @@ QHash<QString, FileStamp> &brokenFiles()
     return files;
 }
 
-// Whether an INI file holds a value QSettings would rebuild as a serialized
-// object ("@Variant(...)"): this program never writes one (a text that
-// starts with "@" is stored as "@@"), and rebuilding a crafted one can ask
-// for gigabytes. Such a file is not ours to read. Each file is looked
-// through once per version of it.
+// Whether the raw text of an INI value, as QSettings unescapes it, starts
+// with "@" (one "@" only: "@@" is an "@" kept as text). Quotes, blanks and a
+// hexadecimal or octal escape of the "@" are seen through.
+bool startsWithAt(QByteArray value)
+{
+    value = value.trimmed();
+    if (value.startsWith('"'))
+        value = value.mid(1);
+    char first = value.isEmpty() ? '\0' : value.at(0);
+    qsizetype next = 1;
+    if (first == '\\' && value.size() > 1) {
+        const bool hex = value.at(1) == 'x' || value.at(1) == 'X';
+        qsizetype end = hex ? 2 : 1;
+        const auto isDigit = [hex](char c) {
+            return hex ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '7';
+        };
+        while (end < value.size() && isDigit(value.at(end)))
+            ++end;
+        bool ok = false;
+        const int code = value.mid(hex ? 2 : 1, end - (hex ? 2 : 1)).toInt(&ok, hex ? 16 : 8);
+        first = ok && code == '@' ? '@' : '\0';
+        next = end;
+    }
+    return first == '@' && !value.mid(next).startsWith('@');
+}
+
+// Whether an INI file holds a value QSettings would rebuild as an object
+// ("@Variant(...)", "@ByteArray(...)" and the like): this program never
+// writes one (a text that starts with "@" is stored as "@@"), and rebuilding
+// a crafted one can ask for gigabytes. Such a file is not ours to read. Each
+// file is looked through once per version of it.
 bool holdsSerializedObjects(const QString &file)
 {
     static QHash<QString, std::pair<FileStamp, bool>> checked;
@@ -75,7 +102,7 @@ bool holdsSerializedObjects(const QString &file)
         while (!found && !ini.atEnd()) {
             const QByteArray line = ini.readLine(1 << 20);
             const qsizetype equals = line.indexOf('=');
-            found = equals > 0 && line.mid(equals + 1).trimmed().startsWith("@Variant(");
+            found = equals > 0 && startsWithAt(line.mid(equals + 1));
         }
     }
     checked.insert(file, {stamp, found});

@@ -99,6 +99,10 @@ private slots:
         // Found by fuzzing: a serialized list claiming a huge count.
         QTest::newRow("serialized object")
             << QByteArray("[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("serialized object, escaped")
+            << QByteArray("[Init]\nPort=1400\nA=\\x40Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("an @ kept as text")
+            << QByteArray("[Init]\nPort=1400\nA=@@Variant(x)\n") << u"1400"_s;
         QTest::newRow("other values fine") << QByteArray("[Init]\nPort=1400\nX=1,2\n") << u"1400"_s;
     }
     void unusableContentReadsEmpty()
