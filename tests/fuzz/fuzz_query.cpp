@@ -5,6 +5,7 @@
 #include "DnsScript.h"
 #include "QueryText.h"
 #include "RecordList.h"
+#include "TextRules.h"
 #include "basDNS.h"
 
 #include <QFile>
@@ -39,20 +40,65 @@ const AccountBook &demoAccounts()
     return book;
 }
 
-// The client reads the record list of every successful reply; the service
-// must never send one the client takes for broken.
-void checkRecordList(const QString &reply)
+// The labels the client reads from the reply to each function: the values of
+// a success, the reason of a failure.
+QStringList labelsRead(const QString &function, const QString &reply)
 {
-    if (!basDNS::IsSuccess(reply))
-        return;
-    try {
-        for (const QString &piece :
-             RecordList::Split(basDNS::GetReplyValue(reply, QStringLiteral("DomainUserRecords:"))))
-            RecordList::Fields(piece);
-    } catch (const std::exception &e) {
-        std::fprintf(stderr, "the client cannot read the records of this reply (%s):\n%s\n",
-                     e.what(), qPrintable(reply));
-        std::abort();
+    const bool success = basDNS::IsSuccess(reply);
+    if (function.compare(QLatin1String("login"), Qt::CaseInsensitive) == 0) {
+        if (!success)
+            return {QStringLiteral("DNS LOGIN:")};
+        return {QStringLiteral("DNS LOGIN:"),         QStringLiteral("FirstName:"),
+                QStringLiteral("LastName:"),          QStringLiteral("Domains:"),
+                QStringLiteral("SubDomain:"),         QStringLiteral("RecordTypes:"),
+                QStringLiteral("ExpirationDate:"),    QStringLiteral("IPAddress:"),
+                QStringLiteral("DomainUserRecords:"), QStringLiteral("UserLevel:")};
+    }
+    if (!success)
+        return {QStringLiteral("Error:")};
+    if (function.compare(QLatin1String("GetIPAddress"), Qt::CaseInsensitive) == 0)
+        return {QStringLiteral("IPAddress:"), QStringLiteral("DomainUserRecords:")};
+    return {QStringLiteral("DomainUserRecords:")};
+}
+
+[[noreturn]] void misread(const char *what, const QString &label, const QString &reply)
+{
+    std::fprintf(stderr, "the client misreads \"%s\" (%s) in this reply:\n%s\n", qPrintable(label),
+                 what, qPrintable(reply));
+    std::abort();
+}
+
+// The client takes the first occurrence of a label anywhere in the reply;
+// the service means the paragraph that starts with it. Every label the
+// client reads must give what the service wrote, and the record list of a
+// successful reply must be one the client can take apart.
+void checkReply(const QString &function, const QString &reply)
+{
+    const QStringList paragraphs = reply.split(QStringLiteral("</p>"));
+    for (const QString &label : labelsRead(function, reply)) {
+        QString written;
+        for (const QString &paragraph : paragraphs) {
+            if (paragraph.startsWith(label)) {
+                written = TextRules::Trim(paragraph.mid(label.size()));
+                break;
+            }
+        }
+        QString read;
+        try {
+            read = basDNS::GetReplyValue(reply, label);
+        } catch (const std::exception &e) {
+            misread(e.what(), label, reply);
+        }
+        if (read != written)
+            misread("another value", label, reply);
+        if (label == QLatin1String("DomainUserRecords:")) {
+            try {
+                for (const QString &piece : RecordList::Split(read))
+                    RecordList::Fields(piece);
+            } catch (const std::exception &e) {
+                misread(e.what(), label, reply);
+            }
+        }
     }
 }
 
@@ -66,9 +112,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     for (const QString &rawQuery : input.split(u'\n')) {
         const QueryText query(rawQuery);
-        query.value(QStringLiteral("FXN"));
         query.contains(QStringLiteral("Usr"));
-        checkRecordList(script.answer(rawQuery, QStringLiteral("::ffff:203.0.113.9")));
+        checkReply(query.value(QStringLiteral("FXN")).value_or(QString()).trimmed(),
+                   script.answer(rawQuery, QStringLiteral("::ffff:203.0.113.9")));
     }
     return 0;
 }

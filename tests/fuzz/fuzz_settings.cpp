@@ -51,7 +51,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     RegistryStore store;
     const QString init = QStringLiteral("SOFTWARE\\Veltrio\\Init");
     readKey(store, init);
-    store.SetKey(init);
     readKey(store,
             QStringLiteral("SOFTWARE\\Veltrio\\") + store.ReadValue(QStringLiteral("Username")));
     readKey(store, QStringLiteral("SOFTWARE\\Veltrio"));
