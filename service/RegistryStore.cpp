@@ -84,6 +84,24 @@ bool startsWithAt(QByteArray value)
     return first == '@' && !value.mid(next).startsWith('@');
 }
 
+// Whether any element of an INI value starts with "@": QSettings reads an
+// unquoted comma as a list of elements and rebuilds each on its own.
+bool anyElementStartsWithAt(const QByteArray &value)
+{
+    bool quoted = false;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        if (i == 0 || (!quoted && value.at(i - 1) == ',')) {
+            if (startsWithAt(value.mid(i)))
+                return true;
+        }
+        if (value.at(i) == '\\')
+            ++i; // an escaped character, a quote among them
+        else if (value.at(i) == '"')
+            quoted = !quoted;
+    }
+    return false;
+}
+
 // Whether an INI file holds a value QSettings would rebuild as an object
 // ("@Variant(...)", "@ByteArray(...)" and the like): this program never
 // writes one (a text that starts with "@" is stored as "@@"), and rebuilding
@@ -102,7 +120,7 @@ bool holdsSerializedObjects(const QString &file)
         while (!found && !ini.atEnd()) {
             const QByteArray line = ini.readLine(1 << 20);
             const qsizetype equals = line.indexOf('=');
-            found = equals > 0 && startsWithAt(line.mid(equals + 1));
+            found = equals > 0 && anyElementStartsWithAt(line.mid(equals + 1));
         }
     }
     checked.insert(file, {stamp, found});

@@ -101,6 +101,10 @@ private slots:
             << QByteArray("[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n") << QString();
         QTest::newRow("serialized object, escaped")
             << QByteArray("[Init]\nPort=1400\nA=\\x40Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("serialized object in a list")
+            << QByteArray("[Init]\nPort=1400\nA=x, @Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("an @ inside a quoted text")
+            << QByteArray("[Init]\nPort=1400\nPassword=\"x, @Variant(x)\"\n") << u"1400"_s;
         QTest::newRow("an @ kept as text")
             << QByteArray("[Init]\nPort=1400\nA=@@Variant(x)\n") << u"1400"_s;
         QTest::newRow("other values fine") << QByteArray("[Init]\nPort=1400\nX=1,2\n") << u"1400"_s;
