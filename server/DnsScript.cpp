@@ -112,8 +112,9 @@ QString DnsScript::login(const QueryText &query, const QString &caller)
            labelled(QStringLiteral("RecordTypes:"), account->recordTypes.join(u',')) +
            labelled(QStringLiteral("ExpirationDate:"), account->expirationText()) +
            labelled(QStringLiteral("IPAddress:"), reportedAddress(caller)) +
-           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records)) +
-           labelled(QStringLiteral("UserLevel:"), account->userLevel);
+           labelled(QStringLiteral("UserLevel:"), account->userLevel) +
+           // Last: a record's value may hold any other label's text.
+           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
 }
 
 QString DnsScript::tickler(const QueryText &query, bool advanced)

@@ -88,8 +88,8 @@ private slots:
         const QString annReply = QStringLiteral(
             "DNS LOGIN:SUCCESS</p>FirstName:Ann</p>LastName:Free</p>Domains:</p>"
             "SubDomain:dyn.example</p>RecordTypes:A,CNAME,MX</p>ExpirationDate:12/31/2030</p>"
-            "IPAddress:192.0.2.77</p>DomainUserRecords:dyn.example;;A;;ann;;192.0.2.1</p>"
-            "UserLevel:1</p>");
+            "IPAddress:192.0.2.77</p>UserLevel:1</p>DomainUserRecords:dyn.example;;A;;ann;;"
+            "192.0.2.1</p>");
         const QString failed =
             QStringLiteral("DNS LOGIN:FAIL</p>Error:Invalid user name or password</p>");
         QTest::newRow("free account, password decoded after splitting")
@@ -101,8 +101,8 @@ private slots:
             << QStringLiteral("DNS LOGIN:SUCCESS</p>FirstName:Bob</p>LastName:Own</p>"
                               "Domains:bob.example,shop.example</p>SubDomain:</p>"
                               "RecordTypes:A,CNAME,MX</p>ExpirationDate:1/2/2031</p>"
-                              "IPAddress:192.0.2.77</p>DomainUserRecords:") +
-                   bobRecord + QStringLiteral("</p>UserLevel:5</p>");
+                              "IPAddress:192.0.2.77</p>UserLevel:5</p>DomainUserRecords:") +
+                   bobRecord + QStringLiteral("</p>");
         QTest::newRow("plus is not a blank") << "fxn=login&usr=ann&pwd=a%20b%20c" << failed;
         QTest::newRow("wrong password") << "fxn=login&usr=bob&pwd=PW" << failed;
         QTest::newRow("unknown user") << "fxn=login&usr=nobody&pwd=pw" << failed;
