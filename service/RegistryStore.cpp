@@ -66,19 +66,27 @@ bool startsWithAt(QByteArray value)
     value = value.trimmed();
     if (value.startsWith('"'))
         value = value.mid(1);
-    char first = value.isEmpty() ? '\0' : value.at(0);
+    unsigned first = value.isEmpty() ? 0 : static_cast<unsigned char>(value.at(0));
     qsizetype next = 1;
     if (first == '\\' && value.size() > 1) {
+        // A hexadecimal or octal escape of any length: QSettings keeps its
+        // last 16 bits, and so does this.
         const bool hex = value.at(1) == 'x' || value.at(1) == 'X';
+        const unsigned base = hex ? 16 : 8;
         qsizetype end = hex ? 2 : 1;
-        const auto isDigit = [hex](char c) {
-            return hex ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '7';
-        };
-        while (end < value.size() && isDigit(value.at(end)))
-            ++end;
-        bool ok = false;
-        const int code = value.mid(hex ? 2 : 1, end - (hex ? 2 : 1)).toInt(&ok, hex ? 16 : 8);
-        first = ok && code == '@' ? '@' : '\0';
+        unsigned code = 0;
+        bool digits = false;
+        for (; end < value.size(); ++end) {
+            const char c = value.at(end);
+            const int digit = hex ? QByteArray(1, c).toInt(nullptr, 16) : c - '0';
+            const bool isDigit =
+                hex ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '7';
+            if (!isDigit)
+                break;
+            code = (code * base + static_cast<unsigned>(digit)) & 0xFFFF;
+            digits = true;
+        }
+        first = digits ? code : 0;
         next = end;
     }
     return first == '@' && !value.mid(next).startsWith('@');
@@ -118,7 +126,13 @@ bool holdsSerializedObjects(const QString &file)
     QFile ini(file);
     if (ini.open(QIODevice::ReadOnly)) {
         while (!found && !ini.atEnd()) {
-            const QByteArray line = ini.readLine(1 << 20);
+            QByteArray line = ini.readLine();
+            // A line that ends in a backslash goes on in the next one.
+            while (line.trimmed().endsWith('\\') && !ini.atEnd()) {
+                line = line.trimmed();
+                line.chop(1);
+                line += ini.readLine().trimmed();
+            }
             const qsizetype equals = line.indexOf('=');
             found = equals > 0 && anyElementStartsWithAt(line.mid(equals + 1));
         }

@@ -101,6 +101,12 @@ private slots:
             << QByteArray("[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n") << QString();
         QTest::newRow("serialized object, escaped")
             << QByteArray("[Init]\nPort=1400\nA=\\x40Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("serialized object, escape of more than 16 bits")
+            << QByteArray("[Init]\nPort=1400\nA=\\x10040Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("serialized object, octal escape")
+            << QByteArray("[Init]\nPort=1400\nA=\\200100Variant(\\0\\0\\0\\th=@V)\n") << QString();
+        QTest::newRow("serialized object on a continued line")
+            << QByteArray("[Init]\nPort=1400\nA=\\\n@Variant(\\0\\0\\0\\th=@V)\n") << QString();
         QTest::newRow("serialized object in a list")
             << QByteArray("[Init]\nPort=1400\nA=x, @Variant(\\0\\0\\0\\th=@V)\n") << QString();
         QTest::newRow("an @ inside a quoted text")
