@@ -172,7 +172,9 @@ public:
     QString RefreshRateText() const override;
     bool AutoIPTicked() const override;
     bool RowsOnHold() const override;
-    QList<AutoRefresh::GridRow> Rows() const override;
+    QList<AutoRefresh::GridRow> AutoRows() const override;
+    // Every row of the grid in display order.
+    QList<AutoRefresh::GridRow> Rows() const;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
     void FreeRecordReplaced(const QString &address) override;

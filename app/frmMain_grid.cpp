@@ -2,6 +2,7 @@
 // records under automatic refresh taken back from it.
 #include "frmMain.h"
 
+#include "AutoIpMatcher.h"
 #include "AutoRefresh.h"
 #include "RecordList.h"
 #include "RuntimeError.h"
@@ -27,46 +28,10 @@
 
 namespace {
 
-using Fields = std::array<QStringView, 4>;
+using Fields = RecordList::FieldViews;
 
 const QString kYes = QStringLiteral("Yes");
 const QString kNo = QStringLiteral("No");
-
-// Goes through the record list in place, piece by piece, in the format of
-// RecordList: pieces split on "~~" (empty ones kept; an empty list has
-// none), the first four ";;"-separated fields of each. fn(position, piece,
-// fields) is called per piece; a piece with fewer than four fields raises
-// the same subscript-out-of-range error as RecordList::Fields.
-template <typename Fn> void forEachRecord(QStringView records, Fn fn)
-{
-    if (records.isEmpty())
-        return;
-    const QStringView recordEnd(RecordList::RecordSeparator);
-    const QStringView fieldEnd(RecordList::FieldSeparator);
-    qsizetype begin = 0;
-    for (int position = 0;; ++position) {
-        qsizetype end = records.indexOf(recordEnd, begin);
-        const bool last = end < 0;
-        if (last)
-            end = records.size();
-        const QStringView piece = records.sliced(begin, end - begin);
-        Fields fields;
-        qsizetype from = 0;
-        for (size_t i = 0; i < 4; ++i) {
-            if (from > piece.size())
-                throw RuntimeError::Of(ErrorNumber::SubscriptOutOfRange);
-            qsizetype to = piece.indexOf(fieldEnd, from);
-            if (to < 0)
-                to = piece.size();
-            fields[i] = piece.sliced(from, to - from);
-            from = to + fieldEnd.size();
-        }
-        fn(position, piece, fields);
-        if (last)
-            return;
-        begin = end + recordEnd.size();
-    }
-}
 
 } // namespace
 
@@ -230,167 +195,6 @@ private:
 
 namespace {
 
-// Marks the rows whose record key occurs anywhere in the upper-cased auto-IP
-// list, exactly as a substring search would, without searching the whole
-// list once per record. A key ends in "~~", so an occurrence ends just after
-// a "~~" of the list. The rows are taken by key length; for each length the
-// substrings of that length ending after a "~~" are hashed once (a rolling
-// hash over the list's prefixes), and every hit is compared in full, so the
-// answer never rests on the hash alone. The key of an all-ASCII record
-// (RecordList::Key: trimmed fields joined by ";;", "~~" at the end,
-// upper-cased) is read straight from its fields; any other record's key is
-// built by RecordList::Key.
-class AutoIpMatcher
-{
-public:
-    explicit AutoIpMatcher(QString upperList) : m_list(std::move(upperList))
-    {
-        if (m_list.size() >= std::numeric_limits<qint32>::max())
-            return;
-        const auto *text = reinterpret_cast<const char16_t *>(m_list.constData());
-        m_prefix.resize(static_cast<size_t>(m_list.size()) + 1);
-        for (qsizetype i = 0; i < m_list.size(); ++i) {
-            m_prefix[static_cast<size_t>(i) + 1] =
-                m_prefix[static_cast<size_t>(i)] * kBase + text[i] + 1;
-            if (i > 0 && text[i] == u'~' && text[i - 1] == u'~')
-                m_ends.push_back(static_cast<qint32>(i + 1));
-        }
-    }
-
-    // Sets autoIP on every row whose key is in the list.
-    void mark(std::vector<DomainUserModel::Row> &rows)
-    {
-        if (m_ends.empty())
-            return;
-        std::unordered_map<qsizetype, std::vector<Query>> byLength;
-        for (size_t r = 0; r < rows.size(); ++r) {
-            Query query{r, 0, {}, {}};
-            const qsizetype length = prepare(rows[r].fields, query);
-            if (length <= m_list.size())
-                byLength[length].push_back(std::move(query));
-        }
-        std::vector<Entry> table;
-        for (const auto &[length, queries] : byLength) {
-            const size_t mask = fillTable(length, table);
-            for (const Query &query : queries) {
-                for (size_t slot = query.hash & mask; table[slot].start >= 0;
-                     slot = (slot + 1) & mask) {
-                    if (table[slot].hash == query.hash && same(query, table[slot].start)) {
-                        rows[query.row].autoIP = true;
-                        break;
-                    }
-                }
-            }
-        }
-    }
-
-private:
-    static constexpr quint32 kBase = 1000003;
-
-    struct Query
-    {
-        size_t row;
-        quint32 hash;
-        Fields trimmed; // all-ASCII records
-        QString key;    // any other record
-    };
-    struct Entry
-    {
-        quint32 hash;
-        qint32 start; // -1: a free slot
-    };
-
-    // Calls fn with each character of the key of an all-ASCII record, in
-    // order, while fn returns true; returns whether it went to the end.
-    template <typename Fn> static bool forEachKeyChar(const Fields &fields, Fn fn)
-    {
-        for (size_t i = 0; i < 4; ++i) {
-            for (const QChar ch : fields[i]) {
-                char16_t c = ch.unicode();
-                if (c >= u'a' && c <= u'z')
-                    c = static_cast<char16_t>(c - (u'a' - u'A'));
-                if (!fn(c))
-                    return false;
-            }
-            const char16_t separator = i < 3 ? u';' : u'~';
-            if (!fn(separator) || !fn(separator))
-                return false;
-        }
-        return true;
-    }
-
-    // The query's hash and its key's length.
-    static qsizetype prepare(const Fields &fields, Query &query)
-    {
-        qsizetype length = 8; // three ";;" and the closing "~~"
-        for (size_t i = 0; i < 4; ++i) {
-            QStringView f = fields[i];
-            while (!f.isEmpty() && f.front() == QLatin1Char(' '))
-                f = f.sliced(1);
-            while (!f.isEmpty() && f.back() == QLatin1Char(' '))
-                f.chop(1);
-            for (const QChar c : f) {
-                if (c.unicode() < 0x80)
-                    continue;
-                query.key = RecordList::Key(fields[0].toString(), fields[1].toString(),
-                                            fields[2].toString(), fields[3].toString());
-                quint32 h = 0;
-                for (const QChar k : std::as_const(query.key))
-                    h = h * kBase + k.unicode() + 1;
-                query.hash = h;
-                return query.key.size();
-            }
-            query.trimmed[i] = f;
-            length += f.size();
-        }
-        quint32 h = 0;
-        forEachKeyChar(query.trimmed, [&h](char16_t c) {
-            h = h * kBase + c + 1;
-            return true;
-        });
-        query.hash = h;
-        return length;
-    }
-
-    bool same(const Query &query, qint32 start) const
-    {
-        if (!query.key.isEmpty())
-            return QStringView(m_list).mid(start, query.key.size()) == query.key;
-        const QChar *at = m_list.constData() + start;
-        return forEachKeyChar(query.trimmed, [&at](char16_t c) { return (at++)->unicode() == c; });
-    }
-
-    // Fills the table with the substrings of that length that end after a
-    // "~~"; returns the table's mask.
-    size_t fillTable(qsizetype length, std::vector<Entry> &table) const
-    {
-        quint32 shift = 1;
-        for (qsizetype i = 0; i < length; ++i)
-            shift *= kBase;
-        size_t size = 16;
-        while (size < m_ends.size() * 2)
-            size *= 2;
-        table.assign(size, {0, -1});
-        const size_t mask = size - 1;
-        for (const qint32 end : m_ends) {
-            const qsizetype start = end - length;
-            if (start < 0)
-                continue;
-            const quint32 h =
-                m_prefix[static_cast<size_t>(end)] - m_prefix[static_cast<size_t>(start)] * shift;
-            size_t slot = h & mask;
-            while (table[slot].start >= 0)
-                slot = (slot + 1) & mask;
-            table[slot] = {h, static_cast<qint32>(start)};
-        }
-        return mask;
-    }
-
-    QString m_list;
-    std::vector<quint32> m_prefix;
-    std::vector<qint32> m_ends;
-};
-
 // Rules the grid's cells like a report view with grid lines.
 class GridLineDelegate : public QStyledItemDelegate
 {
@@ -503,7 +307,14 @@ void frmMain::FillDomainUserGrid()
         // The rows go into the grid in one step; a piece that cannot be
         // shown ends the fill, and the rows before it stay.
         auto show = [&] {
-            AutoIpMatcher(autoList.toUpper()).mark(rows);
+            std::vector<Fields> fields;
+            fields.reserve(rows.size());
+            for (const DomainUserModel::Row &row : rows)
+                fields.push_back(row.fields);
+            const std::vector<bool> marks =
+                AutoRefresh::AutoIpMatcher(autoList.toUpper()).match(fields);
+            for (size_t i = 0; i < rows.size(); ++i)
+                rows[i].autoIP = marks[i];
             m_filling = true;
             std::optional<std::pair<int, Qt::SortOrder>> sort;
             if (m_sorted)
@@ -517,15 +328,16 @@ void frmMain::FillDomainUserGrid()
         m_gridComplete = false;
         int oversized = 0;
         try {
-            forEachRecord(records, [&](int position, QStringView piece, const Fields &fields) {
-                if (!RecordList::WithinLimits(fields[0], fields[1], fields[2], fields[3])) {
-                    ++oversized;
-                    return;
-                }
-                rows.push_back({fields, position, false});
-                if (piece.compare(sSelectedRecord, Qt::CaseInsensitive) == 0)
-                    selected = position;
-            });
+            RecordList::ForEach(
+                records, [&](int position, QStringView piece, const Fields &fields) {
+                    if (!RecordList::WithinLimits(fields[0], fields[1], fields[2], fields[3])) {
+                        ++oversized;
+                        return;
+                    }
+                    rows.push_back({fields, position, false});
+                    if (piece.compare(sSelectedRecord, Qt::CaseInsensitive) == 0)
+                        selected = position;
+                });
         } catch (...) {
             show();
             throw;

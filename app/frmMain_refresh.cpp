@@ -71,6 +71,13 @@ bool frmMain::RowsOnHold() const
     return isVisible() && !frameGrid->isVisible();
 }
 
+QList<AutoRefresh::GridRow> frmMain::AutoRows() const
+{
+    QList<AutoRefresh::GridRow> rows = Rows();
+    rows.removeIf([](const AutoRefresh::GridRow &row) { return !AutoRefresh::IsAutoIPRow(row); });
+    return rows;
+}
+
 QList<AutoRefresh::GridRow> frmMain::Rows() const
 {
     QList<AutoRefresh::GridRow> rows;

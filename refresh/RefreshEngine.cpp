@@ -151,7 +151,7 @@ void RefreshEngine::addressKnown(const QString &ip)
     const bool onHold = m_port.RowsOnHold();
     QList<AutoRefresh::Resend> replaces;
     if (!onHold) {
-        for (const AutoRefresh::GridRow &row : m_port.Rows()) {
+        for (const AutoRefresh::GridRow &row : m_port.AutoRows()) {
             if (const auto resend = AutoRefresh::ResendForRow(row, ip))
                 replaces.append(*resend);
         }

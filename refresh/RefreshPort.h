@@ -45,8 +45,8 @@ public:
     virtual bool AutoIPTicked() const = 0;
     // The rows must be left alone for now: the user works in another panel.
     virtual bool RowsOnHold() const = 0;
-    // The account's records in display order.
-    virtual QList<AutoRefresh::GridRow> Rows() const = 0;
+    // The account's automatic records (AutoIP cell "YES") in display order.
+    virtual QList<AutoRefresh::GridRow> AutoRows() const = 0;
 
     // --- written by a check -----------------------------------------------------
     // The time of the check that starts, "m/d/yy h:nn:ss am/pm".

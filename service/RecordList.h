@@ -1,7 +1,11 @@
 #pragma once
 
+#include "RuntimeError.h"
+
 #include <QString>
 #include <QStringList>
+#include <QStringView>
+#include <array>
 
 // The service's record list: records separated by "~~", fields by ";;", in
 // the order domain, type, name, server address.
@@ -9,6 +13,9 @@ namespace RecordList {
 
 inline const QString RecordSeparator = QStringLiteral("~~");
 inline const QString FieldSeparator = QStringLiteral(";;");
+
+// The first four fields of a record, as views into the list.
+using FieldViews = std::array<QStringView, 4>;
 
 // The pieces of a record list, empty pieces kept.
 QStringList Split(const QString &records);
@@ -27,5 +34,40 @@ QString Key(const QString &domain, const QString &type, const QString &name,
 // (an address, a host name, a port relay's URL) 2048. A record beyond them
 // came from no real service and is left out.
 bool WithinLimits(QStringView domain, QStringView type, QStringView name, QStringView value);
+
+// Goes through a record list in place, piece by piece: pieces split on "~~" (empty ones kept; an
+// empty list has none), the first four ";;"-separated fields of each. fn(position, piece, fields)
+// is called per piece; a piece with fewer than four fields raises the same subscript-out-of-range
+// error as Fields().
+template <typename Fn> void ForEach(QStringView records, Fn fn)
+{
+    if (records.isEmpty())
+        return;
+    const QStringView recordEnd(RecordList::RecordSeparator);
+    const QStringView fieldEnd(RecordList::FieldSeparator);
+    qsizetype begin = 0;
+    for (int position = 0;; ++position) {
+        qsizetype end = records.indexOf(recordEnd, begin);
+        const bool last = end < 0;
+        if (last)
+            end = records.size();
+        const QStringView piece = records.sliced(begin, end - begin);
+        FieldViews fields;
+        qsizetype from = 0;
+        for (size_t i = 0; i < 4; ++i) {
+            if (from > piece.size())
+                throw RuntimeError::Of(ErrorNumber::SubscriptOutOfRange);
+            qsizetype to = piece.indexOf(fieldEnd, from);
+            if (to < 0)
+                to = piece.size();
+            fields[i] = piece.sliced(from, to - from);
+            from = to + fieldEnd.size();
+        }
+        fn(position, piece, fields);
+        if (last)
+            return;
+        begin = end + recordEnd.size();
+    }
+}
 
 } // namespace RecordList
