@@ -6,10 +6,10 @@
 #include "CSizer.h"
 #include "Foreground.h"
 #include "Icons.h"
+#include "LoginExchange.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
 #include "Seams.h"
-#include "ServiceConfig.h"
 #include "TextRules.h"
 #include "Twips.h"
 #include "Version.h"
@@ -178,6 +178,7 @@ frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
     tmrTimes->setInterval(1000);
     tmrTimes->start();
     m_engine = new RefreshEngine(*this, this);
+    m_engine->SetRefresher(&m_refresher);
 
     buildTray();
     connectHandlers();
@@ -897,12 +898,7 @@ void frmMain::LoadFreeUserInfo()
 
         // The sub-domain points at the service's own server while the client
         // is away; point it back at this machine.
-        QString host = user.sUsername;
-        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
-                           Config().defaultServerAddress, true, false);
-        host = user.sUsername;
-        basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordAdd, user.sRecordType,
-                           txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+        LoginExchange::RepointFreeRecord(txtVeltrioIP->text(), true, chkAutoIP->isChecked());
         lblDomain->setText(user.sUsername + QLatin1Char('.') + user.sSubDomain);
     });
 }

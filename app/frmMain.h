@@ -4,6 +4,7 @@
 #include "MainWindowPort.h"
 #include "RefreshEngine.h"
 #include "RefreshPort.h"
+#include "Refresher.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -180,6 +181,10 @@ public:
     void FreeRecordReplaced(const QString &address) override;
     void ReloadRows() override;
     void Report(const RefreshOutcome &outcome) override;
+    void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
+                            const RefreshRecords *records) override;
+    // Whether the service mode keeps the account's records up to date.
+    bool ServiceModeRefreshes() const;
 
     // --- Saving and closing (frmMain_close.cpp) -----------------------------------------------
     void SaveSettings();
@@ -291,6 +296,9 @@ private:
     bool m_sorted = false;
     bool m_filling = false;
     RefreshEngine *m_engine = nullptr;
+    // One process sends the checks of an account; this window leaves them
+    // to the service mode, or to another window that already sends them.
+    Refresher m_refresher{Refresher::Role::Window};
     bool m_started = false;
     // The grid shows every record of the last record list (no piece stopped
     // the fill): only then may its automatic rows be saved.

@@ -51,10 +51,13 @@ void frmMain::SaveSettings()
 
         if (user.bVeltrioOnly) {
             // The free sub-domain stops pointing at this machine when the
-            // client closes or logs off.
-            QString host = user.sUsername;
-            basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
-                               txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+            // client closes or logs off; not while another process keeps it
+            // pointed here.
+            if (!ServiceModeRefreshes()) {
+                QString host = user.sUsername;
+                basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
+                                   txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+            }
             store.WriteValue(QStringLiteral("IPAddress"), user.sIPAddress, RegistryStore::Text);
             const std::pair<const char *, QCheckBox *> boxes[] = {
                 {"bAutoIP", chkAutoIP}, {"bMX", chkMX},         {"bFTP", chkFTP},

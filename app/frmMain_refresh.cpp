@@ -6,6 +6,7 @@
 #include "AdvancedTab.h"
 #include "Foreground.h"
 #include "Icons.h"
+#include "RefreshStatus.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
@@ -113,55 +114,15 @@ void frmMain::Report(const RefreshOutcome &outcome)
 {
     // Background work never waits on a person: the status panel and the tray
     // say what happened, once per check, and failures go to the log.
-    const auto name = [](const QString &host, const QString &domain) {
-        return host == QLatin1String("@") ? domain : host + QLatin1Char('.') + domain;
-    };
-    QStringList lines;
-    QString summary;
-    int set = 0;
-    int failed = 0;
-    for (const RefreshCommand &command : outcome.commands) {
-        const bool removing = command.command == basDNS::RecordDelete;
-        if (command.ok) {
-            if (!removing) {
-                ++set;
-                lines.append(name(command.host, command.domain) + QStringLiteral(" set to ") +
-                             command.address);
-            }
-            continue;
-        }
-        ++failed;
-        const QString failure = QStringLiteral("Could not ") +
-                                (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
-                                QStringLiteral(" IP for ") + name(command.host, command.domain) +
-                                QStringLiteral(" (") + command.address + QStringLiteral("): ") +
-                                command.error;
-        lines.append(failure);
+    const OutcomeText text = Describe(outcome);
+    for (const QString &failure : text.failures)
         basErr::LogOnly(QStringLiteral("frmMain.tmrAuto_Timer()"),
                         RuntimeError(ErrorNumber::Internal, failure));
-    }
-    if (set > 0)
-        summary = set == 1 ? QStringLiteral("Updated 1 record")
-                           : QStringLiteral("Updated %1 records").arg(set);
-    if (failed > 0)
-        summary = QStringLiteral("%1 failed, see the log").arg(failed);
-    for (const AutoRefresh::RecordArgs &add : outcome.pending)
-        lines.append(QStringLiteral("Still to add, at every check: ") + name(add.host, add.domain) +
-                     QStringLiteral(" ") + add.address);
-    if (!outcome.pending.isEmpty())
-        summary =
-            QStringLiteral("Pending: ") + name(outcome.pending[0].host, outcome.pending[0].domain);
-    if (!outcome.rejectedAddress.isNull()) {
-        summary = QStringLiteral("Bad address reply ignored");
-        lines.append(QStringLiteral("The service's address reply was no IPv4 address; the "
-                                    "records were left alone."));
-    }
-
+    const QString &summary = text.summary;
+    const bool problem = text.problem;
     lblLastRefresh->setText(summary);
-    sTrayText = lines.join(QLatin1Char('\n'));
+    sTrayText = text.lines.join(QLatin1Char('\n'));
     lblLastRefresh->setToolTip(sTrayText);
-    const bool problem =
-        failed > 0 || !outcome.pending.isEmpty() || !outcome.rejectedAddress.isNull();
     QSystemTrayIcon *icon = cSysTrayOn->isVisible() ? cSysTrayOn : cSysTrayOff;
     if (bTrayAvailable && icon->isVisible()) {
         icon->showMessage(QStringLiteral("Veltrio"), sTrayText,
@@ -179,6 +140,42 @@ void frmMain::Report(const RefreshOutcome &outcome)
     refreshBox->setIcon(problem ? QMessageBox::Warning : QMessageBox::Information);
     refreshBox->setText(sTrayText);
     refreshBox->show();
+}
+
+void frmMain::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
+                                 const RefreshRecords *records)
+{
+    lblLastRefresh->setText(byServiceMode ? QStringLiteral("Refreshed by the service")
+                                          : QStringLiteral("Refreshed by another window"));
+    QString tip = status.summary;
+    if (!status.details.isEmpty())
+        tip += QLatin1Char('\n') + status.details;
+    lblLastRefresh->setToolTip(tip.trimmed());
+    if (!status.checkTime.isEmpty())
+        lblLastIPCheck->setText(status.checkTime);
+    if (!status.address.isEmpty())
+        lblIPAddress->setText(status.address);
+    clsUser &user = User();
+    // The free sub-domain's address as the refreshing process set it: this
+    // window saves it when it closes.
+    if (user.bVeltrioOnly && basDNS::IsValidIPAddress(status.ipAddress) &&
+        status.ipAddress != user.sIPAddress) {
+        user.sIPAddress = status.ipAddress;
+        txtVeltrioIP->setText(status.ipAddress);
+    }
+    // The records as the refreshing process knows them, shown as a check of
+    // our own would show them (not while the user works in another panel).
+    if (records && !user.bVeltrioOnly && !RowsOnHold()) {
+        user.sDomainUserRecords = records->records;
+        Program::sAutoIPList = records->autoIPList;
+        FillDomainUserGrid();
+    }
+}
+
+bool frmMain::ServiceModeRefreshes() const
+{
+    // A fresh look: the service mode may have started since the last tick.
+    return Refresher::ServiceModeRuns(User().sUsername);
 }
 
 void frmMain::tmrTimes_Timer()

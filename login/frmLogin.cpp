@@ -1,7 +1,7 @@
 #include "frmLogin.h"
 
 #include "AdvancedTab.h"
-#include "DateRules.h"
+#include "LoginExchange.h"
 #include "MainWindowPort.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
@@ -318,78 +318,27 @@ void frmLogin::cmdLogin_Click()
     }
 
     showOverPanel(frmLoggingIn);
-    QString reply;
-    bool requestFailed = false;
-    try {
-        reply = basDNS::OpenRequest(QStringLiteral("?fxn=login&usr=") +
-                                    TextRules::Trim(txtUsername->text()) + QStringLiteral("&pwd=") +
-                                    TextRules::Trim(txtPassword->text()));
-    } catch (const std::exception &) {
-        requestFailed = true;
-    }
+    const LoginExchange::Outcome outcome =
+        LoginExchange::Run(txtUsername->text(), txtPassword->text());
     frmLoggingIn->setVisible(false);
-    if (requestFailed || reply.isEmpty()) {
+    switch (outcome) {
+    case LoginExchange::Outcome::ServerError:
         Seams::MsgBox(kServerError);
         return;
-    }
-
-    // The whole value must match: "Success" or a SUCCESS inside another
-    // text is no login.
-    const QString outcome = basDNS::GetReplyValue(reply, QStringLiteral("DNS LOGIN:"));
-    if (outcome == QLatin1String("FAIL")) {
+    case LoginExchange::Outcome::Refused:
         Seams::MsgBox(kInvalidLogin);
         txtUsername->clear();
         txtPassword->clear();
         txtUsername->setFocus();
         return;
-    }
-    if (outcome != QLatin1String("SUCCESS")) {
-        Seams::MsgBox(kServerError);
+    case LoginExchange::Outcome::Expired:
+        showOverPanel(frameExpire);
         return;
+    case LoginExchange::Outcome::Success:
+        break;
     }
 
     clsUser &user = User();
-    // No real value comes near these lengths (a name has at most 253
-    // characters); one beyond them is cut, and the log says so, so that the
-    // windows never lay out megabytes of text. The record list is checked
-    // record by record where the grid is filled.
-    const auto value = [&reply](const char *label) {
-        QString text = basDNS::GetReplyValue(reply, QLatin1String(label));
-        if (qstrcmp(label, "DomainUserRecords:") == 0)
-            return text;
-        const bool list = qstrcmp(label, "Domains:") == 0 || qstrcmp(label, "RecordTypes:") == 0;
-        const qsizetype limit = list ? 1 << 16 : 253;
-        if (text.size() > limit) {
-            basErr::LogOnly(QStringLiteral("frmLogin.cmdLogin_Click()"),
-                            RuntimeError(ErrorNumber::InvalidArgument,
-                                         QStringLiteral("The login's \"%1\" value of %2 "
-                                                        "characters was cut to %3.")
-                                             .arg(QLatin1String(label))
-                                             .arg(text.size())
-                                             .arg(limit)));
-            text.truncate(limit);
-        }
-        return text;
-    };
-    user.sUsername = TextRules::Trim(txtUsername->text());
-    user.sFirstName = value("FirstName:");
-    user.sLastName = value("LastName:");
-    user.sDomainList = value("Domains:");
-    user.sSubDomain = value("SubDomain:");
-    user.sRecordTypeList = value("RecordTypes:");
-    user.sExpirationDate = value("ExpirationDate:");
-    user.sPassword = TextRules::Trim(txtPassword->text());
-    user.sIPAddress = value("IPAddress:");
-    user.sDomainUserRecords = value("DomainUserRecords:");
-    user.sUserLevel = value("UserLevel:");
-
-    // An expiration date that is no date never stops the login.
-    const auto expires = DateRules::ParseDate(user.sExpirationDate);
-    if (expires && *expires < Seams::Now()) {
-        showOverPanel(frameExpire);
-        return;
-    }
-
     Program::bLoggedIn = true;
     Program::bSaveLogin = chkSaveLogin->isChecked();
 

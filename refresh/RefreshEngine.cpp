@@ -3,6 +3,7 @@
 #include "DateRules.h"
 #include "Foreground.h"
 #include "PendingAdds.h"
+#include "Refresher.h"
 #include "RuntimeError.h"
 #include "Seams.h"
 #include "basDNS.h"
@@ -26,6 +27,11 @@ RefreshEngine::RefreshEngine(RefreshPort &port, QObject *parent) : QObject(paren
 
 void RefreshEngine::Start()
 {
+    if (m_refresher && m_refresher->Account() != User().sUsername)
+        m_refresher->Open(User().sUsername);
+    m_status = {};
+    m_written = {};
+    m_recordsSeen = -1;
     m_active = true;
     startIfDue();
 }
@@ -37,17 +43,78 @@ void RefreshEngine::Stop()
     m_running = false;
     m_waitingForIdle = false;
     ++m_generation;
+    if (m_refresher)
+        m_refresher->Close();
 }
 
 void RefreshEngine::Tick()
 {
     if (!m_active)
         return;
+    // Another process refreshes the account: nothing is counted here until
+    // it lets go. A check of ours in progress ends first.
+    if (m_refresher && !m_running && !m_refresher->MayRefresh()) {
+        m_due = false;
+        showElsewhere();
+        return;
+    }
     // The counting runs on every tick, also while the user is at work; only
     // the check itself waits.
     if (m_timer.Tick(m_port.RefreshRateText())) {
         m_due = true;
         startIfDue();
+    }
+}
+
+void RefreshEngine::CheckNow()
+{
+    if (!m_active)
+        return;
+    m_due = true;
+    startIfDue();
+}
+
+void RefreshEngine::showElsewhere()
+{
+    const QString account = m_refresher->Account();
+    const bool byServiceMode = m_refresher->RefreshedBy() == Refresher::Other::ServiceMode;
+    whenIdle([this, account, byServiceMode] {
+        const RefreshStatus status = RefreshStatus::Read(account).value_or(RefreshStatus());
+        std::optional<RefreshRecords> records;
+        const qint64 stamp = RefreshRecords::Stamp(account);
+        if (stamp != m_recordsSeen) {
+            records = RefreshRecords::Read(account);
+            if (records)
+                m_recordsSeen = stamp;
+        }
+        m_port.RefreshedElsewhere(byServiceMode, status, records ? &*records : nullptr);
+    });
+}
+
+void RefreshEngine::report(const RefreshOutcome &outcome)
+{
+    const OutcomeText text = Describe(outcome);
+    m_status.summary = text.summary;
+    m_status.details = text.lines.join(QLatin1Char('\n'));
+    m_port.Report(outcome);
+}
+
+void RefreshEngine::writeStatus()
+{
+    const QString account = m_refresher->Account();
+    m_status.ipAddress = User().sIPAddress;
+    m_status.Write(account);
+    // The record list is written only when it changed: a check that finds
+    // nothing to do leaves it alone.
+    const auto same = [](const QString &a, const QString &b) {
+        return (a.constData() == b.constData() && a.size() == b.size()) || a == b;
+    };
+    const QString &records = User().sDomainUserRecords;
+    if (m_recordsSeen < 0 || !same(records, m_written.records) ||
+        !same(Program::sAutoIPList, m_written.autoIPList)) {
+        m_written = {records, Program::sAutoIPList};
+        if (m_written.Write(account))
+            m_recordsSeen = RefreshRecords::Stamp(account);
     }
 }
 
@@ -89,7 +156,8 @@ void RefreshEngine::whenIdle(std::function<void()> fn)
 
 void RefreshEngine::runCheck()
 {
-    m_port.ShowCheckTime(DateRules::FormatCheckTime(Seams::Now()));
+    m_status.checkTime = DateRules::FormatCheckTime(Seams::Now());
+    m_port.ShowCheckTime(m_status.checkTime);
     if (!AutoRefresh::ShouldAskService(m_port.AutoIPTicked(), User().bVeltrioOnly)) {
         finish();
         return;
@@ -118,10 +186,11 @@ void RefreshEngine::addressKnown(const QString &ip)
                                          .arg(ip.left(200))));
         RefreshOutcome outcome;
         outcome.rejectedAddress = ip;
-        m_port.Report(outcome);
+        report(outcome);
         finish();
         return;
     }
+    m_status.address = ip;
     m_port.ShowAddress(ip);
     const clsUser &user = User();
     if (user.bVeltrioOnly) {
@@ -175,7 +244,7 @@ void RefreshEngine::send(const QList<AutoRefresh::RecordArgs> &retries,
         else if (reloadRows)
             m_port.ReloadRows();
         if (!outcome->commands.isEmpty() || !outcome->pending.isEmpty())
-            m_port.Report(*outcome);
+            report(*outcome);
         finish();
     };
     QList<std::pair<AutoRefresh::RecordArgs, QString>> commands;
@@ -242,6 +311,8 @@ void RefreshEngine::send(const QList<AutoRefresh::RecordArgs> &retries,
 void RefreshEngine::finish()
 {
     m_running = false;
+    if (m_refresher && m_active)
+        writeStatus();
     emit checkFinished();
     startIfDue();
 }

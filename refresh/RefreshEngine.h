@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RefreshPort.h"
+#include "RefreshStatus.h"
 #include "RefreshTimer.h"
 
 #include <QObject>
@@ -20,6 +21,8 @@
 // login window) or while another check runs is deferred, not dropped: it
 // runs once that has ended. What a check shows goes to the port, and only
 // while the user is not at work either.
+class Refresher;
+
 class RefreshEngine : public QObject
 {
     Q_OBJECT
@@ -27,7 +30,12 @@ class RefreshEngine : public QObject
 public:
     explicit RefreshEngine(RefreshPort &port, QObject *parent = nullptr);
 
-    // Checks may run from now on.
+    // Leaves the checks to whichever process on this machine holds the
+    // account's refresh lock (see Refresher), and writes what this one did
+    // for the others after each check. Without one, every check runs here.
+    void SetRefresher(Refresher *refresher) { m_refresher = refresher; }
+
+    // Checks may run from now on (for the session's account).
     void Start();
     // No check starts any more and a check in progress ends without touching
     // the port. Exchanges already asked for still go out: an add always
@@ -39,6 +47,8 @@ public:
     // raises a type-mismatch error and a tick count past the 32-bit range an
     // overflow error; neither is caught here.
     void Tick();
+    // A check now, whatever the tick count (the service mode's --once).
+    void CheckNow();
 
     // No check is running or waiting to run.
     bool Idle() const { return !m_running && !m_due; }
@@ -57,10 +67,19 @@ private:
               const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip,
               bool reloadRows);
     void finish();
+    void report(const RefreshOutcome &outcome);
+    // Tells the port what the process that refreshes instead did.
+    void showElsewhere();
+    void writeStatus();
     // Runs fn once the user is not at work, unless the check was stopped.
     void whenIdle(std::function<void()> fn);
 
     RefreshPort &m_port;
+    Refresher *m_refresher = nullptr;
+    // What this process did last, for the others on the account.
+    RefreshStatus m_status;
+    RefreshRecords m_written;
+    qint64 m_recordsSeen = -1;
     RefreshTimer m_timer;
     bool m_active = false;
     bool m_due = false;

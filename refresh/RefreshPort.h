@@ -5,6 +5,9 @@
 #include <QList>
 #include <QString>
 
+struct RefreshStatus;
+struct RefreshRecords;
+
 // One record command the automatic refresh sent, and how it ended.
 struct RefreshCommand
 {
@@ -59,4 +62,17 @@ public:
     virtual void ReloadRows() = 0;
     // What a check that sent commands did.
     virtual void Report(const RefreshOutcome &outcome) = 0;
+
+    // --- while another process refreshes the account --------------------------
+    // Once per tick: byServiceMode tells whether the service mode refreshes
+    // (or another window); status is what it did last (empty before its
+    // first check); records is the record list it last had, given only when
+    // it changed since the last call.
+    virtual void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
+                                    const RefreshRecords *records)
+    {
+        Q_UNUSED(byServiceMode);
+        Q_UNUSED(status);
+        Q_UNUSED(records);
+    }
 };

@@ -1,5 +1,6 @@
 #include "AdvancedTab.h"
 
+#include "AdvancedSettings.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "TextRules.h"
@@ -41,11 +42,6 @@ void showText(QComboBox *combo, const QString &text)
 
 } // namespace
 
-namespace {
-// The longest rate either list offers, in seconds.
-constexpr double kLongestRate = 120;
-} // namespace
-
 void LoadAdvancedTabSettings(QWidget *window)
 {
     Trap(QStringLiteral("basDNS.LoadAdvancedTabSettings()"), [&] {
@@ -68,17 +64,8 @@ void LoadAdvancedTabSettings(QWidget *window)
         // is shown as stored, even below a free account's own list. A rate
         // that cannot be used (no finite number, or beyond the lists' longest
         // rate: no check would ever come) falls back to 90.
-        const QString rate = reg.ReadValue(QStringLiteral("RefreshRate"));
-        if (TextRules::IsNumeric(rate)) {
-            const bool converted = PassOver([&] {
-                const double seconds = TextRules::ToDouble(rate);
-                if (!std::isfinite(seconds) || seconds > kLongestRate)
-                    throw RuntimeError::Of(ErrorNumber::Overflow);
-                showText(cboRefreshRate, seconds < 60 ? QStringLiteral("60") : rate);
-            });
-            if (!converted)
-                showText(cboRefreshRate, QStringLiteral("90"));
-        }
+        if (const auto rate = RefreshRateFromStored(reg.ReadValue(QStringLiteral("RefreshRate"))))
+            showText(cboRefreshRate, *rate);
 
         QCheckBox *chkSSL = control<QCheckBox>(window, "chkSSL");
         if (reg.ReadValue(QStringLiteral("bSSL")) == QLatin1String("1"))

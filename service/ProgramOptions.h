@@ -3,21 +3,27 @@
 #include <QString>
 #include <QStringList>
 
-// The command line of veltrio-dns:
+// The command line of veltrio-dns and of its service mode veltrio-dnsd:
 //   --config FILE    service hosts (default: veltrio.conf beside the program,
 //                    then in the user's config folder)
 //   --settings FILE  the settings file (default: the registry on Windows, an
 //                    INI file in the user's config folder elsewhere)
 //   --log-dir DIR    the folder of the daily error logs
 //   --help, --version
+// and for veltrio-dnsd only:
+//   --once           one check, then exit
+//   --check          log in, print the automatic records, change nothing
 struct ProgramOptions
 {
     enum class Action { Run, ShowHelp, ShowVersion, Fail };
+    enum class Program { Window, ServiceMode };
 
     Action action = Action::Run;
     QString configFile;
     QString settingsFile;
     QString logDir;
+    bool once = false;
+    bool check = false;
     // The help text (ShowHelp), the version line (ShowVersion) or what was
     // wrong (Fail).
     QString message;
@@ -28,7 +34,7 @@ struct ProgramOptions
     static bool AnswersWithoutDisplay(int argc, char **argv);
 
     // Reads the arguments (the program's name first).
-    static ProgramOptions Parse(const QStringList &arguments);
+    static ProgramOptions Parse(const QStringList &arguments, Program program = Program::Window);
 
     // Puts the options in force: the service configuration, the settings
     // store's file and the log folder.

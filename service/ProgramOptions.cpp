@@ -20,11 +20,18 @@ bool ProgramOptions::AnswersWithoutDisplay(int argc, char **argv)
     return false;
 }
 
-ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
+ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program program)
 {
+    const bool serviceMode = program == Program::ServiceMode;
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Veltrio Dynamic DNS: keeps your DNS records pointed at this machine."));
+        serviceMode
+            ? QStringLiteral("Veltrio Dynamic DNS service mode: keeps the automatic records of the "
+                             "saved login pointed at this machine, with no window.\n"
+                             "Exit codes: 0 done, 1 a record command failed, 2 login refused or "
+                             "account expired, 3 service unreachable, 4 no saved login.")
+            : QStringLiteral(
+                  "Veltrio Dynamic DNS: keeps your DNS records pointed at this machine."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption config(
@@ -37,6 +44,14 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
                                     QStringLiteral("Write the daily error logs to DIR."),
                                     QStringLiteral("DIR"));
     parser.addOptions({config, settings, logDir});
+    const QCommandLineOption once(QStringLiteral("once"),
+                                  QStringLiteral("Check the public address once, bring the "
+                                                 "automatic records to it, then exit."));
+    const QCommandLineOption check(
+        QStringLiteral("check"),
+        QStringLiteral("Log in and print the automatic records; change nothing."));
+    if (serviceMode)
+        parser.addOptions({once, check});
 
     ProgramOptions options;
     const bool parsed = parser.parse(arguments);
@@ -47,9 +62,11 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
     }
     if (parser.isSet(version)) {
         options.action = Action::ShowVersion;
-        options.message = QStringLiteral("veltrio-dns %1.%2\n")
-                              .arg(Version::MajorMinor())
-                              .arg(Version::Revision());
+        options.message =
+            QStringLiteral("%1 %2.%3\n")
+                .arg(serviceMode ? QStringLiteral("veltrio-dnsd") : QStringLiteral("veltrio-dns"))
+                .arg(Version::MajorMinor())
+                .arg(Version::Revision());
         return options;
     }
     if (!parsed) {
@@ -69,6 +86,13 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments)
             QStringLiteral("Cannot read the configuration file ") + options.configFile;
         return options;
     }
+    if (serviceMode && parser.isSet(once) && parser.isSet(check)) {
+        options.action = Action::Fail;
+        options.message = QStringLiteral("--once and --check cannot be used together");
+        return options;
+    }
+    options.once = serviceMode && parser.isSet(once);
+    options.check = serviceMode && parser.isSet(check);
     options.settingsFile = parser.value(settings);
     options.logDir = parser.value(logDir);
     return options;

@@ -1,0 +1,53 @@
+// veltrio-dnsd: the Veltrio Dynamic DNS client's service mode, with no window.
+
+#include "ExchangeQueue.h"
+#include "ProgramOptions.h"
+#include "ServiceMode.h"
+#include "SignalWatcher.h"
+#include "Version.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("VeltrioDNS"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
+    QCoreApplication::setApplicationVersion(Version::MajorMinor() + QLatin1Char('.') +
+                                            QString::number(Version::Revision()));
+
+    const ProgramOptions options =
+        ProgramOptions::Parse(QCoreApplication::arguments(), ProgramOptions::Program::ServiceMode);
+    if (options.action != ProgramOptions::Action::Run)
+        return options.Report() == 0 ? 0 : ServiceMode::SettingsUnusable;
+    try {
+        options.Apply();
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "Cannot use the configuration: %s\n", e.what());
+        return ServiceMode::SettingsUnusable;
+    }
+
+    const ServiceMode::Mode mode = options.once    ? ServiceMode::Mode::Once
+                                   : options.check ? ServiceMode::Mode::Check
+                                                   : ServiceMode::Mode::Run;
+    ServiceMode service(mode);
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::stopRequested, &service, &ServiceMode::Stop);
+    QObject::connect(&watcher, &SignalWatcher::reloadRequested, &service, &ServiceMode::Reload);
+    QObject::connect(&service, &ServiceMode::finished, &app, &QCoreApplication::exit);
+
+    int status = 0;
+    try {
+        const std::optional<int> done = service.Start();
+        status = done ? *done : app.exec();
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "veltrio-dnsd: %s\n", e.what());
+        status = ServiceMode::CommandFailed;
+    }
+    // The exchanges already asked for still go out (the add after its
+    // delete), each within its deadline.
+    ExchangeQueue &queue = ExchangeQueue::Instance();
+    queue.Drain(2 * queue.Deadline());
+    return status;
+}

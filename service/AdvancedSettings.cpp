@@ -1,0 +1,50 @@
+#include "AdvancedSettings.h"
+
+#include "RegistryStore.h"
+#include "RuntimeError.h"
+#include "TextRules.h"
+#include "basDNS.h"
+#include "basErr.h"
+
+#include <cmath>
+
+namespace basDNS {
+namespace {
+const QString kInitKey = QStringLiteral("SOFTWARE\\Veltrio\\Init");
+// The longest rate either list offers, in seconds.
+constexpr double kLongestRate = 120;
+} // namespace
+
+std::optional<QString> RefreshRateFromStored(const QString &stored)
+{
+    if (!TextRules::IsNumeric(stored))
+        return std::nullopt;
+    QString shown;
+    const bool converted = PassOver([&] {
+        const double seconds = TextRules::ToDouble(stored);
+        if (!std::isfinite(seconds) || seconds > kLongestRate)
+            throw RuntimeError::Of(ErrorNumber::Overflow);
+        shown = seconds < 60 ? QStringLiteral("60") : stored;
+    });
+    return converted ? shown : QStringLiteral("90");
+}
+
+QString StoredRefreshRate(bool bVeltrioOnly)
+{
+    RegistryStore reg;
+    reg.SetKey(kInitKey);
+    return RefreshRateFromStored(reg.ReadValue(QStringLiteral("RefreshRate")))
+        .value_or(bVeltrioOnly ? QStringLiteral("90") : QStringLiteral("60"));
+}
+
+QString StoredServiceURL()
+{
+    RegistryStore reg;
+    reg.SetKey(kInitKey);
+    if (reg.ReadValue(QStringLiteral("bSSL")) == QLatin1String("1"))
+        return HttpsURL();
+    const QString port = reg.ReadValue(QStringLiteral("Port"));
+    return PlainURL(TextRules::IsNumeric(port) ? port : QStringLiteral("80"));
+}
+
+} // namespace basDNS
