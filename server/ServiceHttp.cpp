@@ -46,7 +46,9 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
 {
     const QString query = request.url().query(QUrl::FullyEncoded);
     const QString peer = request.remoteAddress().toString();
-    const Pace pace = std::exchange(m_nextPace, Pace::Normal);
+    const bool paced =
+        m_nextPace != Pace::Normal && (m_paceMatch.isEmpty() || query.contains(m_paceMatch));
+    const Pace pace = paced ? std::exchange(m_nextPace, Pace::Normal) : Pace::Normal;
     if (pace == Pace::Normal) {
         responder.write(m_script.answer(query, peer).toUtf8(), htmlType);
         return;
@@ -269,6 +271,7 @@ void ServiceHttp::addRoutes(QHttpServer &server)
                 return text(QStringLiteral("give the time as ms=N\n"), Status::BadRequest);
             m_nextPace = pace;
             m_paceMs = ms;
+            m_paceMatch = request.query().queryItemValue(QStringLiteral("match"));
             return text(QStringLiteral("the next request goes slowly\n"));
         });
     }

@@ -40,4 +40,6 @@ private:
     enum class Pace { Normal, Delay, Trickle, Drop };
     Pace m_nextPace = Pace::Normal;
     int m_paceMs = 0;
+    // The paced request is the next whose query holds this; any when empty.
+    QString m_paceMatch;
 };

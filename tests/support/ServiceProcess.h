@@ -139,9 +139,11 @@ public:
 
     // Makes the service answer the next protocol request after ms
     // milliseconds, or send its reply one byte every ms milliseconds.
-    bool setNextDelay(int ms)
+    // With match, the next request whose query holds it.
+    bool setNextDelay(int ms, const QString &match = QString())
     {
-        return admin(QStringLiteral("/admin/next-delay?ms=%1").arg(ms)).has_value();
+        return admin(QStringLiteral("/admin/next-delay?ms=%1&match=%2").arg(ms).arg(match))
+            .has_value();
     }
     bool setNextTrickle(int ms)
     {
