@@ -3,6 +3,7 @@
 #include "RuntimeError.h"
 
 #include <QRegularExpression>
+#include <utility>
 
 namespace TextRules {
 namespace {
@@ -14,9 +15,8 @@ const QRegularExpression &numberPrefix()
     return re;
 }
 
-} // namespace
-
-QString Trim(const QString &text)
+// Where the text less its blanks at both ends starts, and how long it is.
+std::pair<qsizetype, qsizetype> trimmedPart(QStringView text)
 {
     qsizetype begin = 0;
     qsizetype end = text.size();
@@ -24,7 +24,21 @@ QString Trim(const QString &text)
         ++begin;
     while (end > begin && text.at(end - 1) == QLatin1Char(' '))
         --end;
-    return text.mid(begin, end - begin);
+    return {begin, end - begin};
+}
+
+} // namespace
+
+QString Trim(const QString &text)
+{
+    const auto [begin, length] = trimmedPart(text);
+    return text.mid(begin, length);
+}
+
+QStringView Trim(QStringView text)
+{
+    const auto [begin, length] = trimmedPart(text);
+    return text.sliced(begin, length);
 }
 
 bool IsNumeric(const QString &text)

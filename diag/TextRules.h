@@ -8,6 +8,9 @@ namespace TextRules {
 
 // Removes blanks (U+0020 only) at both ends.
 QString Trim(const QString &text);
+// The same for a piece of a longer text: the part of it without the blanks,
+// nothing copied.
+QStringView Trim(QStringView text);
 
 // Whether the text, less blanks at both ends, is a number: optional sign,
 // digits with at most one ".", optional exponent. The empty text is not.
