@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <algorithm>
 
 namespace {
 
@@ -94,6 +95,38 @@ QString Account::allowedType(const QString &type) const
     return {};
 }
 
+void Account::setRecords(const QList<ServiceRecord> &records)
+{
+    m_records = records;
+    m_recordList.reset();
+}
+
+bool Account::addRecord(const ServiceRecord &record)
+{
+    if (std::any_of(m_records.cbegin(), m_records.cend(),
+                    [&](const ServiceRecord &r) { return r.sameAs(record); }))
+        return false;
+    m_records.append(record);
+    m_recordList.reset();
+    return true;
+}
+
+qsizetype Account::removeRecord(const ServiceRecord &record)
+{
+    const qsizetype removed =
+        m_records.removeIf([&](const ServiceRecord &r) { return r.sameAs(record); });
+    if (removed)
+        m_recordList.reset();
+    return removed;
+}
+
+const QString &Account::recordList() const
+{
+    if (!m_recordList)
+        m_recordList = recordListText(m_records);
+    return *m_recordList;
+}
+
 std::optional<Account> Account::fromJson(const QJsonValue &value, QString *error)
 {
     if (!value.isObject()) {
@@ -130,13 +163,15 @@ std::optional<Account> Account::fromJson(const QJsonValue &value, QString *error
         *error = QStringLiteral("\"records\" of %1 must be a list").arg(account.user);
         return std::nullopt;
     }
+    QList<ServiceRecord> list;
     for (const QJsonValue &item : records.toArray()) {
         auto record = ServiceRecord::fromJson(item, error);
         if (!record) {
             *error = account.user + QStringLiteral(": ") + *error;
             return std::nullopt;
         }
-        account.records.append(*record);
+        list.append(*record);
     }
+    account.setRecords(list);
     return account;
 }

@@ -21,7 +21,6 @@ struct Account
     QStringList recordTypes;
     QString userLevel;    // "5" may also set port relays
     QDate expirationDate; // invalid: the account never expires
-    QList<ServiceRecord> records;
 
     // The last day of service has begun or passed.
     bool isExpired(const QDate &today) const;
@@ -40,5 +39,22 @@ struct Account
     // "user.sub-domain": the free account's own host name.
     QString hostName() const { return user + u'.' + subDomain; }
 
+    // The records it owns now. They change only through the three calls
+    // below, which keep the record list in step.
+    const QList<ServiceRecord> &records() const { return m_records; }
+    void setRecords(const QList<ServiceRecord> &records);
+    // Adds the record unless one the same (sameAs) is there; whether it did.
+    bool addRecord(const ServiceRecord &record);
+    // Removes every record the same as this one; how many went.
+    qsizetype removeRecord(const ServiceRecord &record);
+
+    // recordListText() of the records, built once after each change: the
+    // address query of an account of thousands of records sends it every time.
+    const QString &recordList() const;
+
     static std::optional<Account> fromJson(const QJsonValue &value, QString *error);
+
+private:
+    QList<ServiceRecord> m_records;
+    mutable std::optional<QString> m_recordList; // none: to be built
 };

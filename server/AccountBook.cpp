@@ -106,7 +106,7 @@ bool AccountBook::loadState(const QJsonObject &state, QString *error)
         loaded.append({account, records});
     }
     for (auto &[account, records] : loaded)
-        account->records = records;
+        account->setRecords(records);
     return true;
 }
 
@@ -127,7 +127,7 @@ bool AccountBook::save(QString *error) const
     QJsonObject byUser = m_otherUsers;
     for (const Account &account : m_accounts) {
         QJsonArray records;
-        for (const ServiceRecord &record : account.records)
+        for (const ServiceRecord &record : account.records())
             records.append(record.toJson());
         byUser.insert(account.user, records);
     }

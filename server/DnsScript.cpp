@@ -114,7 +114,7 @@ QString DnsScript::login(const QueryText &query, const QString &caller)
            labelled(QStringLiteral("IPAddress:"), reportedAddress(caller)) +
            labelled(QStringLiteral("UserLevel:"), account->userLevel) +
            // Last: a record's value may hold any other label's text.
-           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
+           labelled(QStringLiteral("DomainUserRecords:"), account->recordList());
 }
 
 QString DnsScript::tickler(const QueryText &query, bool advanced)
@@ -183,25 +183,22 @@ QString DnsScript::tickler(const QueryText &query, bool advanced)
         !isSafeFieldText(record.address))
         return fail(QStringLiteral("The name or address holds a character that is not allowed"));
 
-    const QList<ServiceRecord> before = account->records;
+    const QList<ServiceRecord> before = account->records();
     QString done;
+    bool changed = false;
     if (adding) {
-        const bool present = std::any_of(before.begin(), before.end(),
-                                         [&](const auto &r) { return r.sameAs(record); });
-        if (!present)
-            account->records.append(record);
-        done = present ? describe(record) + QStringLiteral(" already set")
-                       : QStringLiteral("Set ") + describe(record);
+        changed = account->addRecord(record);
+        done = changed ? QStringLiteral("Set ") + describe(record)
+                       : describe(record) + QStringLiteral(" already set");
     } else {
-        const qsizetype removed =
-            account->records.removeIf([&](const ServiceRecord &r) { return r.sameAs(record); });
-        done = removed ? QStringLiteral("Removed ") + describe(record)
+        changed = account->removeRecord(record) > 0;
+        done = changed ? QStringLiteral("Removed ") + describe(record)
                        : QStringLiteral("No ") + describe(record) + QStringLiteral(" to remove");
     }
-    if (account->records.size() != before.size()) {
+    if (changed) {
         QString error;
         if (!m_book.save(&error)) {
-            account->records = before;
+            account->setRecords(before);
             qWarning("%s", qPrintable(error));
             return fail(QStringLiteral("The records could not be stored; nothing was changed"));
         }
@@ -209,7 +206,7 @@ QString DnsScript::tickler(const QueryText &query, bool advanced)
     // The record list comes first: a client reads a label where it first
     // stands, and the message after it repeats what the caller sent.
     return QStringLiteral("SUCCESS</p>") +
-           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records)) +
+           labelled(QStringLiteral("DomainUserRecords:"), account->recordList()) +
            labelled(QStringLiteral("Transaction Complete:"), done) +
            labelled(QStringLiteral("IPAddress:"), record.address);
 }
@@ -221,7 +218,7 @@ QString DnsScript::getIPAddress(const QueryText &query, const QString &caller)
         return fail(QStringLiteral("Unknown user"));
     return QStringLiteral("SUCCESS</p>") +
            labelled(QStringLiteral("IPAddress:"), reportedAddress(caller)) +
-           labelled(QStringLiteral("DomainUserRecords:"), recordListText(account->records));
+           labelled(QStringLiteral("DomainUserRecords:"), account->recordList());
 }
 
 bool DnsScript::setPublicAddress(const QString &address)

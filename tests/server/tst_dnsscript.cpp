@@ -1,7 +1,10 @@
 #include "AccountBook.h"
 #include "DnsScript.h"
 
+#include <QDir>
 #include <QFile>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -235,6 +238,103 @@ private slots:
                     .contains(QLatin1String("SUCCESS")));
         QCOMPARE(recordsOf(QStringLiteral("bob")),
                  bobRecord + QStringLiteral("~~bob.example;;A;;WWW;;198.51.100.1"));
+    }
+
+    // The record list the replies carry is kept between requests: after any
+    // change, every reply that carries it (the command's own, the address
+    // query's, the login's) must show the records as they are now. The list
+    // is asked for first, so that a kept one is there to go stale.
+    void recordList_followsEveryChange_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QStringList>("commands"); // after "FXN=", one after another
+        QTest::addColumn<QStringList>("lists");    // the list after each command
+        QTest::addColumn<bool>("storeFails");
+        const QString bobQuery = QStringLiteral(
+            "DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example&RecordType=A&IPAddress=198.51.100.1"
+            "&Cname=www&DNSCommand=");
+        const QString annQuery =
+            QStringLiteral("DNSTicklerAdvanced&Usr=ann&Pwd=a+b%20c&Domain=&RecordType=CNAME"
+                           "&IPAddress=ann.dyn.example&Cname=www.ann&DNSCommand=");
+        const QString bobWww = bobRecord + QStringLiteral("~~bob.example;;A;;www;;198.51.100.1");
+        const QString annHost = QStringLiteral("dyn.example;;A;;ann;;192.0.2.1");
+        const QString annWww =
+            annHost + QStringLiteral("~~dyn.example;;CNAME;;www.ann;;ann.dyn.example");
+        const QString add = QStringLiteral("RECORDADD");
+        const QString remove = QStringLiteral("RECORDDELETE");
+
+        QTest::newRow("add, then remove it")
+            << "bob" << QStringList{bobQuery + add, bobQuery + remove}
+            << QStringList{bobWww, bobRecord} << false;
+        QTest::newRow("remove the only record, then add it back")
+            << "bob"
+            << QStringList{QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example"
+                                          "&RecordType=A&IPAddress=192.0.2.5&Cname=@"
+                                          "&DNSCommand=RECORDDELETE"),
+                           QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example"
+                                          "&RecordType=A&IPAddress=192.0.2.5&Cname=@"
+                                          "&DNSCommand=RECORDADD")}
+            << QStringList{QString(), bobRecord} << false;
+        QTest::newRow("advanced add, then remove it")
+            << "ann" << QStringList{annQuery + add, annQuery + remove}
+            << QStringList{annWww, annHost} << false;
+        QTest::newRow("add of a record that is there, in other case")
+            << "bob"
+            << QStringList{bobQuery + add,
+                           QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=BOB.EXAMPLE"
+                                          "&RecordType=a&IPAddress=198.51.100.1&Cname=WWW"
+                                          "&DNSCommand=recordadd")}
+            << QStringList{bobWww, bobWww} << false;
+        QTest::newRow("add the store refuses")
+            << "bob" << QStringList{bobQuery + add} << QStringList{bobRecord} << true;
+    }
+    void recordList_followsEveryChange()
+    {
+        QFETCH(QString, user);
+        QFETCH(QStringList, commands);
+        QFETCH(QStringList, lists);
+        QFETCH(bool, storeFails);
+        const QString password =
+            user == QLatin1String("ann") ? QStringLiteral("a+b%20c") : QStringLiteral("pw");
+        const QString login =
+            QStringLiteral("FXN=login&Usr=") + user + QStringLiteral("&Pwd=") + password;
+        const QString label = QStringLiteral("DomainUserRecords:");
+        QVERIFY(!recordsOf(user).isEmpty());
+        QVERIFY(!valueOf(ask(login), label).isEmpty());
+
+        // A folder where the state file goes: the store cannot write it.
+        const auto removeFolder = qScopeGuard([this] { QDir().rmdir(stateFile()); });
+        if (storeFails) {
+            QVERIFY(QDir().mkdir(stateFile()));
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("cannot write")));
+        }
+        for (qsizetype i = 0; i < commands.size(); ++i) {
+            const QString reply = ask(QStringLiteral("FXN=") + commands[i]);
+            if (storeFails) {
+                QVERIFY2(reply.startsWith(QLatin1String("FAIL</p>")), qPrintable(reply));
+            } else {
+                QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>")), qPrintable(reply));
+                QCOMPARE(valueOf(reply, label), lists[i]);
+            }
+            QCOMPARE(recordsOf(user), lists[i]);
+            QCOMPARE(valueOf(ask(login), label), lists[i]);
+        }
+    }
+
+    // Replacing an account's records (from the state file, or undoing a
+    // change the store refused) must drop the list built before too. No
+    // request reads the list between those and the change before them, so
+    // the records are replaced here directly.
+    void recordList_followsReplacedRecords()
+    {
+        QCOMPARE(recordsOf(QStringLiteral("bob")), bobRecord);
+        Account *bob = book->find(QStringLiteral("bob"));
+        QVERIFY(bob);
+        ServiceRecord mx = bob->records().constFirst();
+        mx.type = QStringLiteral("MX 10");
+        bob->setRecords({mx});
+        QCOMPARE(recordsOf(QStringLiteral("bob")),
+                 QStringLiteral("bob.example;;MX 10;;@;;192.0.2.5"));
     }
 
     void getIPAddress_data()
