@@ -34,7 +34,8 @@ QString recordName(const QString &host, const QString &domain)
 } // namespace
 
 ServiceMode::ServiceMode(Mode mode, QObject *parent)
-    : QObject(parent), m_mode(mode), m_engine(*this, this)
+    : QObject(parent), m_mode(mode), m_engine(*this, this),
+      m_refresher(mode == Mode::Once ? Refresher::Role::OneCheck : Refresher::Role::ServiceMode)
 {
     m_tick.setInterval(RefreshTimer::TickInterval);
     connect(&m_tick, &QTimer::timeout, &m_engine, &RefreshEngine::Tick);
@@ -108,10 +109,11 @@ std::optional<int> ServiceMode::Start()
     m_engine.Start();
     m_started = true;
     if (m_mode == Mode::Once) {
-        // A window on the account hands the checks over at its next tick.
+        // Never while another process checks: a window that leaves the
+        // checks to the service mode holds no lock, the service mode only
+        // while its own check runs.
         if (!m_refresher.MayRefresh(RefreshTimer::TickInterval + 5000)) {
-            line(QStringLiteral("%1: a window sends this account's checks and did not hand them "
-                                "over.")
+            line(QStringLiteral("%1: another process sends this account's checks; nothing done.")
                      .arg(account()));
             return CommandFailed;
         }

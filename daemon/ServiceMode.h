@@ -77,7 +77,7 @@ private:
 
     Mode m_mode;
     RefreshEngine m_engine;
-    Refresher m_refresher{Refresher::Role::ServiceMode};
+    Refresher m_refresher;
     QTimer m_tick;
     QString m_savedUser;
     QString m_savedPassword;

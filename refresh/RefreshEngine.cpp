@@ -53,7 +53,7 @@ void RefreshEngine::Tick()
         return;
     // Another process refreshes the account: nothing is counted here until
     // it lets go. A check of ours in progress ends first.
-    if (m_refresher && !m_running && !m_refresher->MayRefresh()) {
+    if (m_refresher && m_refresher->KeepsLock() && !m_running && !m_refresher->MayRefresh()) {
         m_due = false;
         showElsewhere();
         return;
@@ -132,6 +132,10 @@ void RefreshEngine::startIfDue()
         return;
     }
     m_due = false;
+    if (m_refresher && !m_refresher->MayRefresh()) {
+        showElsewhere();
+        return;
+    }
     m_running = true;
     runCheck();
 }
@@ -311,8 +315,10 @@ void RefreshEngine::send(const QList<AutoRefresh::RecordArgs> &retries,
 void RefreshEngine::finish()
 {
     m_running = false;
-    if (m_refresher && m_active)
+    if (m_refresher && m_active) {
         writeStatus();
+        m_refresher->CheckDone();
+    }
     emit checkFinished();
     startIfDue();
 }

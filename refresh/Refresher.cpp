@@ -90,6 +90,12 @@ bool Refresher::ServiceModeRuns(const QString &account)
     return false;
 }
 
+void Refresher::CheckDone()
+{
+    if (!KeepsLock())
+        m_refresh.reset();
+}
+
 bool Refresher::MayRefresh(int waitMs)
 {
     if (m_account.isEmpty())

@@ -16,7 +16,8 @@ class QLockFile;
 class Refresher
 {
 public:
-    enum class Role { Window, ServiceMode };
+    // A one-off check (veltrio-dnsd --once) takes only the refresh lock.
+    enum class Role { Window, ServiceMode, OneCheck };
     // Who sends the checks when this process does not.
     enum class Other { Nobody, ServiceMode, Window };
 
@@ -39,6 +40,12 @@ public:
     bool MayRefresh(int waitMs = 0);
     // Who refreshes instead (Nobody while this process does, or may).
     Other RefreshedBy() const { return m_other; }
+    // A window keeps the refresh lock from check to check, and looks at
+    // every tick whether it must give it up; the service mode holds it only
+    // while its check runs.
+    bool KeepsLock() const { return m_role == Role::Window; }
+    // A check has ended: the service mode lets the lock go.
+    void CheckDone();
 
     // Whether a service mode runs for the account on this machine.
     static bool ServiceModeRuns(const QString &account);
