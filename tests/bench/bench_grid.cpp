@@ -1,6 +1,7 @@
 // What a refill of the record grid costs: FillDomainUserGrid over a record
 // list with a third of the records automatic, against inserting the same
 // rows into a bare QTreeWidget that does nothing else.
+#include "BenchRecords.h"
 #include "TestSeams.h"
 #include "frmMain.h"
 
@@ -14,41 +15,8 @@
 #include <QTreeView>
 #include <QTreeWidget>
 
-namespace {
-
-struct Records
-{
-    QString list;     // the service's record list
-    QString autoList; // every third record, as the auto-IP list holds it
-    QList<QStringList> rows;
-};
-
-Records makeRecords(int count)
-{
-    Records r;
-    QStringList pieces;
-    pieces.reserve(count);
-    const QString types[] = {QStringLiteral("A"), QStringLiteral("CNAME"), QStringLiteral("MX")};
-    for (int i = 0; i < count; ++i) {
-        const QString domain = QStringLiteral("zone%1.example").arg(i % 97);
-        const QString type = types[i % 3];
-        const QString name = QStringLiteral("host%1").arg(i);
-        const QString address =
-            QStringLiteral("10.%1.%2.%3").arg(i / 65536).arg(i / 256 % 256).arg(i % 256);
-        pieces << domain + QStringLiteral(";;") + type + QStringLiteral(";;") + name +
-                      QStringLiteral(";;") + address;
-        if (i % 3 == 0)
-            r.autoList += (domain + QStringLiteral(";;") + type + QStringLiteral(";;") + name +
-                           QStringLiteral(";;") + address + QStringLiteral("~~"))
-                              .toUpper();
-        r.rows << QStringList{domain, type, name, address,
-                              i % 3 == 0 ? QStringLiteral("Yes") : QStringLiteral("No")};
-    }
-    r.list = pieces.join(QStringLiteral("~~"));
-    return r;
-}
-
-} // namespace
+using Bench::makeRecords;
+using Bench::Records;
 
 class BenchGrid : public QObject
 {

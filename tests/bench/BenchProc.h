@@ -1,0 +1,73 @@
+#pragma once
+
+// What a process costs while it runs, read from /proc: wake-ups (context
+// switches and times scheduled, summed over all its threads) and memory.
+#include <QDir>
+#include <QFile>
+#include <QString>
+
+namespace Bench {
+
+struct WakeUps
+{
+    qint64 voluntary = 0;    // context switches the threads asked for (waits, polls)
+    qint64 nonvoluntary = 0; // preempted
+    qint64 scheduled = 0;    // times a thread was put on a CPU (schedstat)
+
+    WakeUps operator-(const WakeUps &o) const
+    {
+        return {voluntary - o.voluntary, nonvoluntary - o.nonvoluntary, scheduled - o.scheduled};
+    }
+};
+
+// A "Name:   value kB" line of a /proc status file; -1 when absent.
+inline qint64 statusValue(const QString &statusFile, const QByteArray &name)
+{
+    QFile file(statusFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith(name + ':'))
+            return line.mid(name.size() + 1).trimmed().split(' ').value(0).toLongLong();
+    }
+    return -1;
+}
+
+// Summed over every thread of the process (/proc/PID/status alone counts the
+// main thread's switches only).
+inline WakeUps wakeUps(const QString &pid = QStringLiteral("self"))
+{
+    WakeUps w;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString &tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString dir = tasks + QLatin1Char('/') + tid;
+        w.voluntary += qMax<qint64>(
+            0, statusValue(dir + QStringLiteral("/status"), "voluntary_ctxt_switches"));
+        w.nonvoluntary += qMax<qint64>(
+            0, statusValue(dir + QStringLiteral("/status"), "nonvoluntary_ctxt_switches"));
+        QFile sched(dir + QStringLiteral("/schedstat"));
+        if (sched.open(QIODevice::ReadOnly))
+            w.scheduled += sched.readAll().trimmed().split(' ').value(2).toLongLong();
+    }
+    return w;
+}
+
+// Resident memory in KiB; -1 when the process is gone.
+inline qint64 rssKiB(const QString &pid = QStringLiteral("self"))
+{
+    return statusValue(QStringLiteral("/proc/%1/status").arg(pid), "VmRSS");
+}
+
+// CPU time used by a process so far, in clock ticks (utime + stime).
+inline qint64 cpuTicks(const QString &pid)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray stat = file.readAll();
+    // The fields after the command name, which is in parentheses.
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return fields.value(11).toLongLong() + fields.value(12).toLongLong();
+}
+
+} // namespace Bench
