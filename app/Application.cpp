@@ -8,6 +8,7 @@
 #include "frmMain.h"
 
 #include <QPointer>
+#include <QStyle>
 
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +16,9 @@
 Application::Application(int &argc, char **argv) : QApplication(argc, argv)
 {
     SetNames();
+    // Qt's own choice of style, with the standard icons a window needs
+    // while it is made drawn in code (see Icons::ProgramStyle).
+    setStyle(Icons::ProgramStyle(style()->name()));
     setWindowIcon(Icons::Application());
 }
 

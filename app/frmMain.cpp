@@ -32,7 +32,6 @@
 #include <QPointer>
 #include <QResizeEvent>
 #include <QScreen>
-#include <QStyle>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QTreeView>
@@ -119,11 +118,10 @@ QLineEdit *makeText(const QString &name, QWidget *parent)
 }
 
 // A small help picture that opens the help page when clicked.
-CaptionLabel *makeHelp(const QString &name, QWidget *parent, const QStyle *style)
+CaptionLabel *makeHelp(const QString &name, QWidget *parent)
 {
     auto *help = new CaptionLabel(name, QString(), parent);
-    const int side = Twips::ToPixels(kHelpSide);
-    help->setPixmap(style->standardIcon(QStyle::SP_MessageBoxQuestion).pixmap(side, side));
+    help->setPixmap(Icons::Help(Twips::ToPixels(kHelpSide)));
     help->setToolTip(QStringLiteral("Click here for help page."));
     NameHelpPicture(help);
     help->setCursor(Icons::Hand());
@@ -324,7 +322,7 @@ void frmMain::buildGridPanel(QWidget *central)
         new PictureButton(QStringLiteral("cmdAdvancedDomain"), QStringLiteral("Label14"),
                           QStringLiteral("Advanced"), frameGrid);
     cmdAdvancedDomain->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
-    imgHelpGrid = makeHelp(QStringLiteral("imgHelpGrid"), frameGrid, style());
+    imgHelpGrid = makeHelp(QStringLiteral("imgHelpGrid"), frameGrid);
     Twips::Move(imgHelpGrid, kLastButtonLeft - 3 * kButtonStep - 120 - kHelpSide,
                 buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
 }
@@ -361,7 +359,7 @@ void frmMain::buildFreePanel(QWidget *central)
         new PictureButton(QStringLiteral("cmdAdvancedFree"), QStringLiteral("Label15"),
                           QStringLiteral("Advanced"), frameVeltrioDomain);
     cmdAdvancedFree->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
-    imgHelpFree = makeHelp(QStringLiteral("imgHelpFree"), frameVeltrioDomain, style());
+    imgHelpFree = makeHelp(QStringLiteral("imgHelpFree"), frameVeltrioDomain);
     Twips::Move(imgHelpFree, kLastButtonLeft - kButtonStep - 120 - kHelpSide,
                 buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
 }
@@ -419,7 +417,7 @@ void frmMain::buildEditorPanel(QWidget *central)
     cmdCancel = new PictureButton(QStringLiteral("cmdCancel"), QStringLiteral("Label6"),
                                   QStringLiteral("Cancel"), frameOtherDomain);
     cmdCancel->place(kLastButtonLeft, buttonTop, kButtonWidth, kButtonHeight);
-    imgHelpDomain = makeHelp(QStringLiteral("imgHelpDomain"), frameOtherDomain, style());
+    imgHelpDomain = makeHelp(QStringLiteral("imgHelpDomain"), frameOtherDomain);
     Twips::Move(imgHelpDomain, kLastButtonLeft - kButtonStep - 120 - kHelpSide,
                 buttonTop + (kButtonHeight - kHelpSide) / 2, kHelpSide, kHelpSide);
 }

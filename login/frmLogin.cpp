@@ -1,6 +1,7 @@
 #include "frmLogin.h"
 
 #include "AdvancedTab.h"
+#include "Icons.h"
 #include "LoginExchange.h"
 #include "MainWindowPort.h"
 #include "PictureButton.h"
@@ -80,10 +81,9 @@ QComboBox *portList(const char *name, QWidget *parent)
     return combo;
 }
 
-QPixmap helpPicture(const QWidget *w)
+QPixmap helpPicture(const QWidget *)
 {
-    const int side = Twips::ToPixels(kHelpSide);
-    return w->style()->standardIcon(QStyle::SP_MessageBoxQuestion).pixmap(side, side);
+    return Icons::Help(Twips::ToPixels(kHelpSide));
 }
 
 } // namespace

@@ -1,8 +1,13 @@
 #include "Icons.h"
 
+#include <QApplication>
+#include <QIconEngine>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmapCache>
+#include <QProxyStyle>
+#include <QStyleOption>
 
 namespace Icons {
 namespace {
@@ -70,38 +75,183 @@ QPixmap Logo(const QSize &size)
     return pm;
 }
 
-static QIcon trayIcon(const QColor &fill)
+namespace {
+
+// An icon painted on request, at the size asked for: nothing is drawn
+// before a window or the tray needs a pixmap of it. The pixmaps drawn are
+// kept in the pixmap cache under the icon's name and size.
+class PaintedIconEngine : public QIconEngine
 {
-    QIcon icon;
-    for (int side : {16, 22, 24, 32, 48, 64}) {
-        QPixmap pm(side, side);
-        pm.fill(Qt::transparent);
-        QPainter p(&pm);
-        drawMark(p, QRectF(0, 0, side, side), fill);
-        p.end();
-        icon.addPixmap(pm);
+public:
+    using Painter = void (*)(QPainter &p, const QRectF &r, const QColor &colour);
+
+    PaintedIconEngine(QString name, Painter paint, QColor colour)
+        : m_name(std::move(name)), m_paint(paint), m_colour(colour)
+    {}
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
+    {
+        const int side = std::min(rect.width(), rect.height());
+        painter->save();
+        m_paint(*painter, QRectF(rect.x(), rect.y(), side, side), m_colour);
+        painter->restore();
     }
-    return icon;
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        if (size.isEmpty())
+            return QPixmap();
+        const QString cacheKey = QStringLiteral("veltrio:%1:%2:%3x%4:%5")
+                                     .arg(m_name)
+                                     .arg(m_colour.rgba())
+                                     .arg(size.width())
+                                     .arg(size.height())
+                                     .arg(int(mode));
+        QPixmap pm;
+        if (QPixmapCache::find(cacheKey, &pm))
+            return pm;
+        pm = QPixmap(size);
+        pm.fill(Qt::transparent);
+        {
+            QPainter p(&pm);
+            paint(&p, QRect(QPoint(0, 0), size), mode, state);
+        }
+        // A disabled or selected icon looks as the style makes any other.
+        if (mode != QIcon::Normal && qobject_cast<QApplication *>(QCoreApplication::instance())) {
+            QStyleOption option;
+            option.palette = QGuiApplication::palette();
+            const QPixmap generated = QApplication::style()->generatedIconPixmap(mode, pm, &option);
+            if (!generated.isNull())
+                pm = generated;
+        }
+        QPixmapCache::insert(cacheKey, pm);
+        return pm;
+    }
+
+    // The sizes a window system that wants a list (an X11 window icon) gets.
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        return {QSize(16, 16), QSize(22, 22), QSize(24, 24),
+                QSize(32, 32), QSize(48, 48), QSize(64, 64)};
+    }
+
+    QIconEngine *clone() const override { return new PaintedIconEngine(m_name, m_paint, m_colour); }
+    QString key() const override { return QStringLiteral("VeltrioPainted"); }
+
+private:
+    QString m_name;
+    Painter m_paint;
+    QColor m_colour;
+};
+
+QIcon markIcon(const char *name, const QColor &fill)
+{
+    return QIcon(new PaintedIconEngine(QLatin1String(name), &drawMark, fill));
+}
+
+// The menu bar's "more" arrow: two chevrons pointing the way the hidden
+// entries are, right (left in a right-to-left layout) or down.
+void drawChevrons(QPainter &p, const QRectF &r, const QColor &colour, bool down)
+{
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(
+        QPen(colour, std::max(1.0, r.width() / 10), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    p.setBrush(Qt::NoBrush);
+    const QRectF box =
+        r.adjusted(r.width() * 0.25, r.height() * 0.25, -r.width() * 0.25, -r.height() * 0.25);
+    const bool left = !down && QGuiApplication::isRightToLeft();
+    for (int i = 0; i < 2; ++i) {
+        const qreal step = (down ? box.height() : box.width()) / 2 * i;
+        QPainterPath chevron;
+        if (down) {
+            chevron.moveTo(box.left(), box.top() + step);
+            chevron.lineTo(box.center().x(), box.top() + step + box.height() / 2);
+            chevron.lineTo(box.right(), box.top() + step);
+        } else {
+            const qreal tip = left ? box.left() + step : box.left() + step + box.width() / 2;
+            const qreal tail = left ? tip + box.width() / 2 : tip - box.width() / 2;
+            chevron.moveTo(tail, box.top());
+            chevron.lineTo(tip, box.center().y());
+            chevron.lineTo(tail, box.bottom());
+        }
+        p.drawPath(chevron);
+    }
+}
+
+class ProgramStyleImpl : public QProxyStyle
+{
+public:
+    using QProxyStyle::QProxyStyle;
+
+    QIcon standardIcon(StandardPixmap which, const QStyleOption *option,
+                       const QWidget *widget) const override
+    {
+        const QColor text = QGuiApplication::palette().color(QPalette::ButtonText);
+        switch (which) {
+        case SP_ToolBarHorizontalExtensionButton:
+            return QIcon(new PaintedIconEngine(
+                QStringLiteral("more-h"),
+                [](QPainter &p, const QRectF &r, const QColor &c) { drawChevrons(p, r, c, false); },
+                text));
+        case SP_ToolBarVerticalExtensionButton:
+            return QIcon(new PaintedIconEngine(
+                QStringLiteral("more-v"),
+                [](QPainter &p, const QRectF &r, const QColor &c) { drawChevrons(p, r, c, true); },
+                text));
+        default:
+            return QProxyStyle::standardIcon(which, option, widget);
+        }
+    }
+};
+
+} // namespace
+
+QPixmap Help(int side)
+{
+    QPixmap pm(std::max(side, 1), std::max(side, 1));
+    pm.fill(Qt::transparent);
+    QPainter p(&pm);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setRenderHint(QPainter::TextAntialiasing);
+    const QRectF r = QRectF(pm.rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    QRadialGradient g(r.center() - QPointF(r.width() / 5, r.height() / 5), r.width() / 1.4);
+    g.setColorAt(0, kBlueLight.lighter(140));
+    g.setColorAt(1, kBlue);
+    p.setBrush(g);
+    p.setPen(QPen(kBlueDark, std::max(1.0, r.width() / 24)));
+    p.drawEllipse(r);
+    QFont f = p.font();
+    f.setBold(true);
+    f.setPixelSize(std::max(8, pm.height() * 2 / 3));
+    p.setFont(f);
+    p.setPen(Qt::white);
+    p.drawText(pm.rect(), Qt::AlignCenter, QStringLiteral("?"));
+    return pm;
 }
 
 QIcon TrayOn()
 {
-    return trayIcon(QColor(0x1e, 0x8c, 0x3a));
+    return markIcon("on", QColor(0x1e, 0x8c, 0x3a));
 }
 
 QIcon TrayOff()
 {
-    return trayIcon(QColor(0xb0, 0x1e, 0x1e));
+    return markIcon("off", QColor(0xb0, 0x1e, 0x1e));
 }
 
 QIcon Application()
 {
-    return trayIcon(kBlue);
+    return markIcon("application", kBlue);
 }
 
 QCursor Hand()
 {
     return QCursor(Qt::PointingHandCursor);
+}
+
+QStyle *ProgramStyle(const QString &styleKey)
+{
+    return new ProgramStyleImpl(styleKey);
 }
 
 } // namespace Icons
