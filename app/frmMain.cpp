@@ -174,7 +174,6 @@ frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
     tmrTimes = new QTimer(this);
     tmrTimes->setObjectName(QStringLiteral("tmrTimes"));
     tmrTimes->setInterval(1000);
-    tmrTimes->start();
     m_engine = new RefreshEngine(*this, this);
     m_engine->SetRefresher(&m_refresher);
 
@@ -833,8 +832,12 @@ void frmMain::init()
         tmrAuto->start();
         m_engine->Start();
         lblIPAddress->setText(user.sIPAddress);
-        // Kept as ISO 8601 text; the up-time display reads it back.
-        Program::sStartTime = Seams::Now().toString(Qt::ISODate);
+        // Kept as ISO 8601 text; the up-time counts from it on a steady clock.
+        const QDateTime now = Seams::Now();
+        Program::sStartTime = now.toString(Qt::ISODate);
+        m_upTime.start();
+        m_upTimeOffset = now.time().msec();
+        m_upTimeStart = Program::sStartTime;
         lblExpirationDate->setText(user.sExpirationDate);
 
         RegistryStore store;

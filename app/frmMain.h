@@ -6,6 +6,7 @@
 #include "RefreshPort.h"
 #include "Refresher.h"
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
@@ -92,7 +93,7 @@ public:
 
     // --- Timers and menus ---------------------------------------------------------
     QTimer *tmrAuto;  // 10000 ms, enabled by init
-    QTimer *tmrTimes; // 1000 ms
+    QTimer *tmrTimes; // 1000 ms, while the window is shown
     QMenu *mnuFile;
     QAction *mnuAddDomain, *mnuLogin, *mnuSeperator1, *mnuLogout;
     QMenu *mnuHelp;
@@ -242,6 +243,10 @@ protected:
     void closeEvent(QCloseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    // The up-time is shown, and counted on by tmrTimes, only while the
+    // window is.
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     void buildStatusPanel(QWidget *central);
@@ -305,4 +310,10 @@ private:
     bool m_gridComplete = true;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
+    // The session's start on a steady clock (init), with the milliseconds
+    // its start time had past the whole second and the start time's text:
+    // the up-time is counted from it without reading the local time.
+    QElapsedTimer m_upTime;
+    qint64 m_upTimeOffset = 0;
+    QString m_upTimeStart;
 };

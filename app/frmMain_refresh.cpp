@@ -186,9 +186,31 @@ void frmMain::tmrTimes_Timer()
 
 void frmMain::ShowUpTime()
 {
-    const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
-    const qint64 seconds = start.isValid() ? start.secsTo(Seams::Now()) : 0;
+    qint64 seconds = 0;
+    if (m_upTime.isValid() && !Seams::ClockReplaced() && Program::sStartTime == m_upTimeStart) {
+        // The seconds turn where the start time's did: the whole seconds
+        // from the start time's second, as its text counts them.
+        seconds = (m_upTime.elapsed() + m_upTimeOffset) / 1000;
+    } else {
+        const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
+        seconds = start.isValid() ? start.secsTo(Seams::Now()) : 0;
+    }
     lblUpTime->setText(AutoRefresh::UpTimeCaption(seconds));
+}
+
+void frmMain::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (m_unloaded)
+        return;
+    ShowUpTime();
+    tmrTimes->start();
+}
+
+void frmMain::hideEvent(QHideEvent *event)
+{
+    QMainWindow::hideEvent(event);
+    tmrTimes->stop();
 }
 
 // --- Service shortcuts ----------------------------------------------------------------------

@@ -25,6 +25,7 @@ struct Installed
 {
     MessageBoxFn messageBox = consoleMessageBox;
     ClockFn clock = [] { return QDateTime::currentDateTime(); };
+    bool clockReplaced = false;
     SleepFn sleep = [](int ms) { QThread::msleep(static_cast<unsigned long>(ms)); };
     ShellOpenFn shellOpen = consoleShellOpen;
 };
@@ -54,6 +55,11 @@ QDateTime Now()
     return installed().clock();
 }
 
+bool ClockReplaced()
+{
+    return installed().clockReplaced;
+}
+
 void Sleep(int milliseconds)
 {
     installed().sleep(milliseconds);
@@ -72,6 +78,7 @@ void setMessageBox(MessageBoxFn fn)
 void setClock(ClockFn fn)
 {
     installed().clock = std::move(fn);
+    installed().clockReplaced = true;
 }
 
 void setSleep(SleepFn fn)

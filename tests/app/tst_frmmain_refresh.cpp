@@ -2,6 +2,7 @@
 // veltrio-service, with the service's public address changed between ticks.
 #include "MainWindowTest.h"
 
+#include "AutoRefresh.h"
 #include "RuntimeError.h"
 #include "frmAbout.h"
 
@@ -301,6 +302,54 @@ private slots:
         w.bTrayAvailable = true;
         w.showMinimized();
         QTRY_VERIFY(!w.isVisible());
+    }
+
+    // The up-time is shown, and ticks, only while the window is: hidden in
+    // the tray only the refresh goes on, and the window that comes back
+    // shows the time at once.
+    void upTime_onlyWhileShown_data()
+    {
+        QTest::addColumn<bool>("minimise");
+        QTest::newRow("tray menu Hide") << false;
+        QTest::newRow("minimised with a tray") << true;
+    }
+    void upTime_onlyWhileShown()
+    {
+        QFETCH(bool, minimise);
+        frmMain &w = startDue("acme");
+        QVERIFY(w.tmrTimes->isActive());
+        QCOMPARE(w.lblUpTime->text(), u"0 Days  00:00:00"_s);
+        if (minimise) {
+            w.bTrayAvailable = true;
+            w.showMinimized();
+        } else {
+            w.mnuPopupHide->trigger();
+        }
+        QTRY_VERIFY(!w.isVisible());
+        QVERIFY(!w.tmrTimes->isActive());
+        QVERIFY(w.tmrAuto->isActive());
+        m_seams->now = m_seams->now.addSecs(2 * 86400 + 3725);
+        w.mnuPopupShow->trigger();
+        QVERIFY(w.isVisible() && w.tmrTimes->isActive());
+        QCOMPARE(w.lblUpTime->text(), u"2 Days  01:02:05"_s);
+    }
+
+    // On the system's clock the up-time is counted on a steady clock: the
+    // caption is the one the start time gives.
+    void upTime_systemClock_asTheStartTimeGives()
+    {
+        Seams::reset();
+        frmMain &w = startDue("acme");
+        const auto fromStartTime = [] {
+            const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
+            return AutoRefresh::UpTimeCaption(start.secsTo(QDateTime::currentDateTime()));
+        };
+        QTest::qWait(1100);
+        const QString before = fromStartTime();
+        w.ShowUpTime();
+        const QString shown = w.lblUpTime->text();
+        QVERIFY2(shown == before || shown == fromStartTime(), qPrintable(shown));
+        QVERIFY(shown != u"0 Days  00:00:00"_s);
     }
 };
 
