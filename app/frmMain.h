@@ -174,9 +174,10 @@ public:
     QString RefreshRateText() const override;
     bool AutoIPTicked() const override;
     bool RowsOnHold() const override;
+    // Made from the rows the grid marks automatic; its version counts the
+    // grid's fills and sorts.
     QList<AutoRefresh::GridRow> AutoRows() const override;
-    // Every row of the grid in display order.
-    QList<AutoRefresh::GridRow> Rows() const;
+    quint64 AutoRowsVersion() const override;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
     void FreeRecordReplaced(const QString &address) override;

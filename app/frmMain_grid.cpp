@@ -33,22 +33,59 @@ using Fields = RecordList::FieldViews;
 const QString kYes = QStringLiteral("Yes");
 const QString kNo = QStringLiteral("No");
 
+// Whether two texts are the same without regard to case. The lists compared
+// are, as a rule, the very string they were last time (the session keeps
+// its string while the service sends the same list): that is answered
+// without reading them, and an exact copy before comparing case by case.
+bool sameIgnoringCase(const QString &a, const QString &b)
+{
+    if (a.size() == b.size() && a.constData() == b.constData())
+        return true;
+    return a == b || a.compare(b, Qt::CaseInsensitive) == 0;
+}
+
 } // namespace
 
 // The rows of lvDomainUser. The grid is refilled from the whole record list
-// on every change, so a row is kept as the four fields (views into the
-// record list the model holds on to), the AutoIP mark and the record's
-// position in the list, which makes its key ("Row0", "Row1", ...). The cells
-// are what the grid shows: a name of "@" is an empty cell, AutoIP is "Yes"
-// or "No".
+// on every change, so a row is kept as where its four fields stand in the
+// record list the model holds on to (the list is the session's own string,
+// shared, not a copy), the AutoIP mark and the record's position in the
+// list, which makes its key ("Row0", "Row1", ...). The cells are what the
+// grid shows: a name of "@" is an empty cell, AutoIP is "Yes" or "No".
 class DomainUserModel : public QAbstractTableModel
 {
 public:
+    // A record's fields follow each other, ";;" between them, and none is
+    // longer than a record can hold (RecordList::WithinLimits): the first
+    // field's start and the four lengths tell where each one stands.
     struct Row
     {
-        Fields fields;
+        qsizetype start = 0;
+        std::array<quint16, 4> length{};
         int position = 0;
         bool autoIP = false;
+
+        // The row of a record whose fields are views into text.
+        static Row Of(const QString &text, const Fields &fields, int position)
+        {
+            Row row;
+            row.start = fields[0].data() - text.constData();
+            for (size_t i = 0; i < 4; ++i)
+                row.length[i] = static_cast<quint16>(fields[i].size());
+            row.position = position;
+            return row;
+        }
+        // Its fields, as views into the text it stands in.
+        Fields in(QStringView text) const
+        {
+            Fields f;
+            qsizetype at = start;
+            for (size_t i = 0; i < 4; ++i) {
+                f[i] = text.sliced(at, length[i]);
+                at += length[i] + RecordList::FieldSeparator.size();
+            }
+            return f;
+        }
     };
 
     using QAbstractTableModel::QAbstractTableModel;
@@ -84,19 +121,26 @@ public:
                                : Qt::NoItemFlags;
     }
 
+    Fields fields(const Row &row) const { return row.in(m_text); }
     QStringView cell(int r, int column) const
     {
         const Row &shown = row(r);
         switch (column) {
-        case 2:
-            return shown.fields[2] == QLatin1String("@") ? QStringView() : shown.fields[2];
+        case 2: {
+            const QStringView name = fields(shown)[2];
+            return name == QLatin1String("@") ? QStringView() : name;
+        }
         case 4:
             return shown.autoIP ? kYes : kNo;
         default:
-            return shown.fields[static_cast<size_t>(column)];
+            return fields(shown)[static_cast<size_t>(column)];
         }
     }
     const Row &row(int i) const { return m_rows[static_cast<size_t>(i)]; }
+    const std::vector<Row> &rows() const { return m_rows; }
+    // Counts every change of the rows (a fill, an emptying, a sort): while
+    // it stands still, the rows and their order are the same.
+    quint64 version() const { return m_version; }
 
     void setHeaders(const QStringList &headers)
     {
@@ -104,6 +148,7 @@ public:
         m_headers = headers;
         m_rows.clear();
         m_text.clear();
+        ++m_version;
         endResetModel();
     }
 
@@ -114,10 +159,12 @@ public:
             return;
         beginRemoveRows(QModelIndex(), 0, rowCount() - 1);
         m_rows.clear();
+        m_rows.shrink_to_fit();
         m_text.clear();
+        ++m_version;
         endRemoveRows();
     }
-    // The rows' fields are views into text, which the model keeps.
+    // The rows stand in text, which the model keeps.
     void setRows(const QString &text, std::vector<Row> rows,
                  const std::optional<std::pair<int, Qt::SortOrder>> &sort)
     {
@@ -127,6 +174,7 @@ public:
         beginInsertRows(QModelIndex(), 0, static_cast<int>(rows.size()) - 1);
         m_text = text;
         m_rows = std::move(rows);
+        ++m_version;
         if (sort)
             sortRows(sort->first, sort->second);
         endInsertRows();
@@ -153,6 +201,7 @@ public:
         for (const QModelIndex &index : before)
             positions.push_back(row(index.row()).position);
         sortRows(column, order);
+        ++m_version;
         std::unordered_map<int, int> rowAt;
         for (const int position : positions)
             rowAt.emplace(position, -1);
@@ -191,6 +240,7 @@ private:
     QString m_text;
     std::vector<Row> m_rows;
     QStringList m_headers;
+    quint64 m_version = 1; // 0 would tell the refresh that nothing is counted
 };
 
 namespace {
@@ -286,8 +336,8 @@ void frmMain::FillDomainUserGrid()
     Trap(QStringLiteral("frmMain.FillDomainUserGrid()"), [&] {
         const QString records = User().sDomainUserRecords;
         const QString autoList = Program::sAutoIPList;
-        if (records.compare(sLastRecords, Qt::CaseInsensitive) == 0 &&
-            autoList.compare(sLastAutoIPList, Qt::CaseInsensitive) == 0) {
+        if (sameIgnoringCase(records, sLastRecords) &&
+            sameIgnoringCase(autoList, sLastAutoIPList)) {
             Label20->setText(QStringLiteral("Last IP Check:"));
             return;
         }
@@ -301,18 +351,20 @@ void frmMain::FillDomainUserGrid()
         m_filling = true;
         m_grid->clearRows();
         m_filling = false;
+        // As many rows as the list has pieces, at most: room for all of
+        // them is made once.
         std::vector<DomainUserModel::Row> rows;
+        if (!records.isEmpty())
+            rows.reserve(static_cast<size_t>(records.count(RecordList::RecordSeparator)) + 1);
         int selected = -1;
 
         // The rows go into the grid in one step; a piece that cannot be
         // shown ends the fill, and the rows before it stay.
         auto show = [&] {
-            std::vector<Fields> fields;
-            fields.reserve(rows.size());
-            for (const DomainUserModel::Row &row : rows)
-                fields.push_back(row.fields);
             const std::vector<bool> marks =
-                AutoRefresh::AutoIpMatcher(autoList.toUpper()).match(fields);
+                AutoRefresh::AutoIpMatcher(autoList.toUpper()).match(rows.size(), [&](size_t i) {
+                    return rows[i].in(records);
+                });
             for (size_t i = 0; i < rows.size(); ++i)
                 rows[i].autoIP = marks[i];
             m_filling = true;
@@ -334,7 +386,7 @@ void frmMain::FillDomainUserGrid()
                         ++oversized;
                         return;
                     }
-                    rows.push_back({fields, position, false});
+                    rows.push_back(DomainUserModel::Row::Of(records, fields, position));
                     if (piece.compare(sSelectedRecord, Qt::CaseInsensitive) == 0)
                         selected = position;
                 });
@@ -399,8 +451,24 @@ void frmMain::SetSort(int key, bool descending, bool sorted)
     header->setSortIndicator(key, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
+QList<AutoRefresh::GridRow> frmMain::AutoRows() const
+{
+    QList<AutoRefresh::GridRow> rows;
+    for (int i = 0; i < GridRowCount(); ++i) {
+        if (m_grid->row(i).autoIP)
+            rows.append(
+                {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
+    }
+    return rows;
+}
+
+quint64 frmMain::AutoRowsVersion() const
+{
+    return m_grid->version();
+}
+
 void frmMain::UpdateAutoIpList()
 {
     Trap(QStringLiteral("frmMain.UpdateAutoIpList()"),
-         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(Rows()); });
+         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(AutoRows()); });
 }

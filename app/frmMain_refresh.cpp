@@ -72,23 +72,6 @@ bool frmMain::RowsOnHold() const
     return isVisible() && !frameGrid->isVisible();
 }
 
-QList<AutoRefresh::GridRow> frmMain::AutoRows() const
-{
-    QList<AutoRefresh::GridRow> rows = Rows();
-    rows.removeIf([](const AutoRefresh::GridRow &row) { return !AutoRefresh::IsAutoIPRow(row); });
-    return rows;
-}
-
-QList<AutoRefresh::GridRow> frmMain::Rows() const
-{
-    QList<AutoRefresh::GridRow> rows;
-    rows.reserve(GridRowCount());
-    for (int i = 0; i < GridRowCount(); ++i)
-        rows.append(
-            {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
-    return rows;
-}
-
 void frmMain::ShowCheckTime(const QString &caption)
 {
     lblLastIPCheck->setText(caption);

@@ -22,15 +22,21 @@ AutoIpMatcher::AutoIpMatcher(QString upperList) : m_list(std::move(upperList))
 
 std::vector<bool> AutoIpMatcher::match(const std::vector<RecordList::FieldViews> &records) const
 {
-    std::vector<bool> found(records.size(), false);
+    return match(records.size(), [&records](size_t i) { return records[i]; });
+}
+
+std::vector<bool> AutoIpMatcher::match(size_t count, const FieldsAt &fieldsAt) const
+{
+    std::vector<bool> found(count, false);
     if (m_ends.empty())
         return found;
     std::unordered_map<qsizetype, std::vector<Query>> byLength;
-    for (size_t r = 0; r < records.size(); ++r) {
-        Query query{r, 0, {}, {}};
-        const qsizetype length = prepare(records[r], query);
+    std::vector<QString> keys;
+    for (size_t r = 0; r < count; ++r) {
+        Query query{r, 0, -1};
+        const qsizetype length = prepare(fieldsAt(r), query, keys);
         if (length <= m_list.size())
-            byLength[length].push_back(std::move(query));
+            byLength[length].push_back(query);
     }
     std::vector<Entry> table;
     for (const auto &[length, queries] : byLength) {
@@ -38,7 +44,8 @@ std::vector<bool> AutoIpMatcher::match(const std::vector<RecordList::FieldViews>
         for (const Query &query : queries) {
             for (size_t slot = query.hash & mask; table[slot].start >= 0;
                  slot = (slot + 1) & mask) {
-                if (table[slot].hash == query.hash && same(query, table[slot].start)) {
+                if (table[slot].hash == query.hash &&
+                    same(query, table[slot].start, fieldsAt, keys)) {
                     found[query.row] = true;
                     break;
                 }

@@ -3,6 +3,7 @@
 #include "RecordList.h"
 
 #include <QString>
+#include <functional>
 #include <vector>
 
 namespace AutoRefresh {
@@ -20,20 +21,28 @@ namespace AutoRefresh {
 class AutoIpMatcher
 {
 public:
+    // Gives the fields of record i; asked more than once for a record.
+    using FieldsAt = std::function<RecordList::FieldViews(size_t i)>;
+
     explicit AutoIpMatcher(QString upperList);
 
     // For each record, whether its key is in the list.
     std::vector<bool> match(const std::vector<RecordList::FieldViews> &records) const;
+    // The same for count records read through fieldsAt, which needs no copy
+    // of the fields of all of them.
+    std::vector<bool> match(size_t count, const FieldsAt &fieldsAt) const;
 
 private:
     static constexpr quint32 kBase = 1000003;
 
+    // One record to look for: its hash, and for a record that is not all
+    // ASCII the index of its key in the keys built (-1 for the others, whose
+    // keys are read from their fields again when a hash hits).
     struct Query
     {
         size_t row;
         quint32 hash;
-        RecordList::FieldViews trimmed; // all-ASCII records
-        QString key;                    // any other record
+        qsizetype key;
     };
     struct Entry
     {
@@ -41,8 +50,24 @@ private:
         qint32 start; // -1: a free slot
     };
 
-    // Calls fn with each character of the key of an all-ASCII record, in
-    // order, while fn returns true; returns whether it went to the end.
+    // The fields with the blanks at both ends taken off.
+    static RecordList::FieldViews trimmed(const RecordList::FieldViews &fields)
+    {
+        RecordList::FieldViews t;
+        for (size_t i = 0; i < 4; ++i) {
+            QStringView f = fields[i];
+            while (!f.isEmpty() && f.front() == QLatin1Char(' '))
+                f = f.sliced(1);
+            while (!f.isEmpty() && f.back() == QLatin1Char(' '))
+                f.chop(1);
+            t[i] = f;
+        }
+        return t;
+    }
+
+    // Calls fn with each character of the key of an all-ASCII record (its
+    // trimmed fields), in order, while fn returns true; returns whether it
+    // went to the end.
     template <typename Fn> static bool forEachKeyChar(const RecordList::FieldViews &fields, Fn fn)
     {
         for (size_t i = 0; i < 4; ++i) {
@@ -60,45 +85,49 @@ private:
         return true;
     }
 
-    // The query's hash and its key's length.
-    static qsizetype prepare(const RecordList::FieldViews &fields, Query &query)
+    // The query's hash (and, for a record that is not all ASCII, its key,
+    // added to keys); the key's length.
+    static qsizetype prepare(const RecordList::FieldViews &fields, Query &query,
+                             std::vector<QString> &keys)
     {
+        const RecordList::FieldViews t = trimmed(fields);
         qsizetype length = 8; // three ";;" and the closing "~~"
         for (size_t i = 0; i < 4; ++i) {
-            QStringView f = fields[i];
-            while (!f.isEmpty() && f.front() == QLatin1Char(' '))
-                f = f.sliced(1);
-            while (!f.isEmpty() && f.back() == QLatin1Char(' '))
-                f.chop(1);
-            for (const QChar c : f) {
+            for (const QChar c : t[i]) {
                 if (c.unicode() < 0x80)
                     continue;
-                query.key = RecordList::Key(fields[0].toString(), fields[1].toString(),
-                                            fields[2].toString(), fields[3].toString());
+                const QString key = RecordList::Key(fields[0].toString(), fields[1].toString(),
+                                                    fields[2].toString(), fields[3].toString());
                 quint32 h = 0;
-                for (const QChar k : std::as_const(query.key))
+                for (const QChar k : key)
                     h = h * kBase + k.unicode() + 1;
                 query.hash = h;
-                return query.key.size();
+                query.key = static_cast<qsizetype>(keys.size());
+                keys.push_back(key);
+                return key.size();
             }
-            query.trimmed[i] = f;
-            length += f.size();
+            length += t[i].size();
         }
         quint32 h = 0;
-        forEachKeyChar(query.trimmed, [&h](char16_t c) {
+        forEachKeyChar(t, [&h](char16_t c) {
             h = h * kBase + c + 1;
             return true;
         });
         query.hash = h;
+        query.key = -1;
         return length;
     }
 
-    bool same(const Query &query, qint32 start) const
+    bool same(const Query &query, qint32 start, const FieldsAt &fieldsAt,
+              const std::vector<QString> &keys) const
     {
-        if (!query.key.isEmpty())
-            return QStringView(m_list).mid(start, query.key.size()) == query.key;
+        if (query.key >= 0) {
+            const QString &key = keys[static_cast<size_t>(query.key)];
+            return QStringView(m_list).mid(start, key.size()) == key;
+        }
         const QChar *at = m_list.constData() + start;
-        return forEachKeyChar(query.trimmed, [&at](char16_t c) { return (at++)->unicode() == c; });
+        return forEachKeyChar(trimmed(fieldsAt(query.row)),
+                              [&at](char16_t c) { return (at++)->unicode() == c; });
     }
 
     // Fills the table with the substrings of that length that end after a

@@ -32,6 +32,7 @@ void RefreshEngine::Start()
     m_status = {};
     m_written = {};
     m_recordsSeen = -1;
+    m_rowsAtAddress = 0;
     m_active = true;
     startIfDue();
 }
@@ -42,6 +43,7 @@ void RefreshEngine::Stop()
     m_due = false;
     m_running = false;
     m_waitingForIdle = false;
+    m_rowsAtAddress = 0;
     ++m_generation;
     if (m_refresher)
         m_refresher->Close();
@@ -223,11 +225,16 @@ void RefreshEngine::addressKnown(const QString &ip)
     // The user is at work in another panel; the next due check does the rows.
     const bool onHold = m_port.RowsOnHold();
     QList<AutoRefresh::Resend> replaces;
-    if (!onHold) {
+    // Rows that were all at this address at the last check, and have not
+    // changed since, have nothing to send: they are not read again.
+    const quint64 rows = m_port.AutoRowsVersion();
+    if (!onHold && (rows == 0 || rows != m_rowsAtAddress || ip != m_rowsAddress)) {
         for (const AutoRefresh::GridRow &row : m_port.AutoRows()) {
             if (const auto resend = AutoRefresh::ResendForRow(row, ip))
                 replaces.append(*resend);
         }
+        m_rowsAtAddress = replaces.isEmpty() ? rows : 0;
+        m_rowsAddress = ip;
     }
     send(retries, replaces, true, ip, !onHold);
 }

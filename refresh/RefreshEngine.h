@@ -80,6 +80,10 @@ private:
     RefreshStatus m_status;
     RefreshRecords m_written;
     qint64 m_recordsSeen = -1;
+    // The rows' version (RefreshPort::AutoRowsVersion) when the last check
+    // found every automatic row at m_rowsAddress; 0 when it did not.
+    quint64 m_rowsAtAddress = 0;
+    QString m_rowsAddress;
     RefreshTimer m_timer;
     bool m_active = false;
     bool m_due = false;

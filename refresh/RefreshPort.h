@@ -50,6 +50,10 @@ public:
     virtual bool RowsOnHold() const = 0;
     // The account's automatic records (AutoIP cell "YES") in display order.
     virtual QList<AutoRefresh::GridRow> AutoRows() const = 0;
+    // A number that changes whenever AutoRows() may give other rows, or
+    // rows in another order; 0 when the host does not keep count (the rows
+    // are then read at every check).
+    virtual quint64 AutoRowsVersion() const { return 0; }
 
     // --- written by a check -----------------------------------------------------
     // The time of the check that starts, "m/d/yy h:nn:ss am/pm".

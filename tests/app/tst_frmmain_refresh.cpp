@@ -351,6 +351,29 @@ private slots:
         QVERIFY2(shown == before || shown == fromStartTime(), qPrintable(shown));
         QVERIFY(shown != u"0 Days  00:00:00"_s);
     }
+
+    // A check that found every automatic row at the address does not read
+    // the rows again while they stay as they are; a row changed since is
+    // sent at the next check, at the same address.
+    void ownDomains_rowChangedSinceTheLastCheck_isSent()
+    {
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        QVERIFY(check(w));
+        QCOMPARE(sent(), QStringList());
+        // The mail record moves elsewhere, still automatic, as the editor
+        // moves it.
+        QString host = u"mail"_s;
+        QVERIFY(basDNS::DNSTickler(u"acme.test"_s, host, basDNS::RecordDelete, u"A"_s, kOld, false,
+                                   true));
+        QVERIFY(basDNS::DNSTickler(u"acme.test"_s, host, basDNS::RecordAdd, u"A"_s, u"192.0.2.77"_s,
+                                   false, true));
+        w.FillDomainUserGrid();
+        m_service->clearRequests();
+        QVERIFY(check(w));
+        const QString mail = kTickler.arg(u"acme"_s, u"mail"_s, u"acme.test"_s);
+        QCOMPARE(sent(), (QStringList{mail.arg("DELETE"_L1, "A"_L1, "192.0.2.77"_L1),
+                                      mail.arg("ADD"_L1, "A"_L1, kOld)}));
+    }
 };
 
 QTEST_MAIN(TestFrmMainRefresh)
