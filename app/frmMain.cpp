@@ -242,9 +242,8 @@ void frmMain::buildStatusPanel(QWidget *central)
     frmTop = makeFrame(QStringLiteral("frmTop"), central);
     Twips::Move(frmTop, kPanelLeft, 90, kPanelWidth, kTopHeight);
 
-    Image1 = makeLabel(QStringLiteral("Image1"), QString(), frmTop);
+    Image1 = new LogoLabel(QStringLiteral("Image1"), frmTop);
     Twips::Move(Image1, 120, 120, 2700, 840);
-    Image1->setPixmap(Icons::Logo(Image1->size()));
 
     // The account's expiry stays under the logo; the status block keeps to
     // the right and follows the window's right edge.

@@ -208,24 +208,42 @@ public:
 
 QPixmap Help(int side)
 {
+    // A white speech bubble with a blue question mark, as the style's own
+    // question picture looks, drawn as lines rather than read from a file
+    // or set in a font.
     QPixmap pm(std::max(side, 1), std::max(side, 1));
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
-    p.setRenderHint(QPainter::TextAntialiasing);
     const QRectF r = QRectF(pm.rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    QRadialGradient g(r.center() - QPointF(r.width() / 5, r.height() / 5), r.width() / 1.4);
-    g.setColorAt(0, kBlueLight.lighter(140));
-    g.setColorAt(1, kBlue);
-    p.setBrush(g);
-    p.setPen(QPen(kBlueDark, std::max(1.0, r.width() / 24)));
-    p.drawEllipse(r);
-    QFont f = p.font();
-    f.setBold(true);
-    f.setPixelSize(std::max(8, pm.height() * 2 / 3));
-    p.setFont(f);
-    p.setPen(Qt::white);
-    p.drawText(pm.rect(), Qt::AlignCenter, QStringLiteral("?"));
+    const auto at = [&r](qreal x, qreal y) {
+        return QPointF(r.left() + x * r.width(), r.top() + y * r.height());
+    };
+    const qreal w = r.width();
+    QPainterPath bubble;
+    bubble.addEllipse(QRectF(at(0.04, 0.03), at(0.96, 0.8)));
+    QPainterPath tail;
+    tail.moveTo(at(0.26, 0.66));
+    tail.lineTo(at(0.2, 0.97));
+    tail.lineTo(at(0.5, 0.76));
+    tail.closeSubpath();
+    bubble = bubble.united(tail);
+    p.setPen(QPen(QColor(0x50, 0x50, 0x50), std::max(1.0, w / 20)));
+    p.setBrush(Qt::white);
+    p.drawPath(bubble);
+
+    const QColor blue(0x10, 0x20, 0xe0);
+    QPainterPath hook;
+    const QRectF bow(at(0.36, 0.13), QSizeF(0.28 * w, 0.24 * r.height()));
+    hook.arcMoveTo(bow, 160);
+    hook.arcTo(bow, 160, -220);
+    hook.lineTo(at(0.5, 0.5));
+    p.setPen(QPen(blue, std::max(1.5, w * 0.12), Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
+    p.setBrush(Qt::NoBrush);
+    p.drawPath(hook);
+    p.setPen(Qt::NoPen);
+    p.setBrush(blue);
+    p.drawEllipse(at(0.5, 0.64), w * 0.07, w * 0.07);
     return pm;
 }
 

@@ -32,6 +32,20 @@ void CaptionLabel::mouseReleaseEvent(QMouseEvent *event)
     QLabel::mouseReleaseEvent(event);
 }
 
+LogoLabel::LogoLabel(const QString &objectName, QWidget *parent) : QLabel(parent)
+{
+    setObjectName(objectName);
+}
+
+void LogoLabel::paintEvent(QPaintEvent *event)
+{
+    QLabel::paintEvent(event);
+    if (m_logo.isNull() || m_logo.size() != size())
+        m_logo = Icons::Logo(size());
+    QPainter painter(this);
+    painter.drawPixmap(0, 0, m_logo);
+}
+
 void NameHelpPicture(QWidget *picture)
 {
     picture->setAccessibleName(QStringLiteral("Help"));

@@ -25,6 +25,22 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 };
 
+// The logo as a label shows it, drawn at the label's size when the label is
+// first painted rather than while its window is made.
+class LogoLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    LogoLabel(const QString &objectName, QWidget *parent);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QPixmap m_logo;
+};
+
 // A help picture (a question mark) as assistive technology presents it:
 // named "Help", described by its tool tip.
 void NameHelpPicture(QWidget *picture);
