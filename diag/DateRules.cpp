@@ -4,6 +4,7 @@
 
 #include <QLocale>
 #include <QRegularExpression>
+#include <array>
 
 namespace DateRules {
 namespace {
@@ -56,10 +57,45 @@ std::optional<QTime> parseTime(const QString &text)
     return time;
 }
 
+// "m/d/yy" or "m/d/yyyy" and nothing else, the way the service writes
+// dates: month, day, year and the year's digits, read without the regular
+// expressions (whose first use loads and compiles them). The first
+// expression below reads such a text the same way.
+std::optional<std::array<int, 4>> plainDate(QStringView text)
+{
+    const auto digits = [](QStringView piece) {
+        for (const QChar c : piece) {
+            if (c < QLatin1Char('0') || c > QLatin1Char('9'))
+                return false;
+        }
+        return !piece.isEmpty();
+    };
+    const qsizetype first = text.indexOf(QLatin1Char('/'));
+    const qsizetype second = first < 0 ? -1 : text.indexOf(QLatin1Char('/'), first + 1);
+    if (second < 0)
+        return std::nullopt;
+    const QStringView month = text.first(first);
+    const QStringView day = text.sliced(first + 1, second - first - 1);
+    const QStringView year = text.sliced(second + 1);
+    if (!digits(month) || month.size() > 2 || !digits(day) || day.size() > 2 || !digits(year) ||
+        (year.size() != 2 && year.size() != 4))
+        return std::nullopt;
+    return std::array<int, 4>{month.toInt(), day.toInt(), year.toInt(),
+                              static_cast<int>(year.size())};
+}
+
 } // namespace
 
 std::optional<QDateTime> ParseDate(const QString &text)
 {
+    if (const auto plain = plainDate(text)) {
+        const auto [month, day, year, digits] = *plain;
+        const QDate date(fullYear(year, digits), month, day);
+        if (month == 0 || !date.isValid())
+            return std::nullopt;
+        return QDateTime(date, QTime(0, 0));
+    }
+
     static const QRegularExpression numeric(
         QStringLiteral(R"(^\s*(\d{1,2})/(\d{1,2})/(\d{2}|\d{4})(?:\s+(.*))?$)"));
     static const QRegularExpression iso(

@@ -11,9 +11,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QRegularExpression>
-#include <QRegularExpressionValidator>
+#include <QValidator>
 #include <QWidget>
+#include <algorithm>
 #include <cmath>
 
 namespace basDNS {
@@ -100,15 +100,36 @@ void FillComboFromList(QComboBox *combo, const QString &list)
 
 namespace {
 const char *const kLastNumber = "veltrioLastNumber";
-}
+
+// One to nine of the digits 0-9, as a QRegularExpressionValidator with
+// "[0-9]{1,9}" takes them, without a regular expression to load and compile
+// while the window is made.
+class DigitsValidator : public QValidator
+{
+public:
+    using QValidator::QValidator;
+
+    State validate(QString &input, int &pos) const override
+    {
+        if (input.isEmpty())
+            return Intermediate;
+        const bool digits = std::all_of(input.cbegin(), input.cend(), [](QChar c) {
+            return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+        });
+        if (digits && input.size() <= 9)
+            return Acceptable;
+        pos = static_cast<int>(input.size());
+        return Invalid;
+    }
+};
+} // namespace
 
 void KeepNumeric(QComboBox *combo)
 {
     QLineEdit *edit = combo->lineEdit();
     if (!edit)
         return;
-    edit->setValidator(
-        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]{1,9}")), combo));
+    edit->setValidator(new DigitsValidator(combo));
     QObject::connect(combo, &QComboBox::currentTextChanged, combo, [combo](const QString &text) {
         if (!text.isEmpty())
             combo->setProperty(kLastNumber, text);

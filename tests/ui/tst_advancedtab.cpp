@@ -8,9 +8,11 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QLineEdit>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QValidator>
 
 class TestAdvancedTab : public QObject
 {
@@ -102,6 +104,33 @@ private slots:
         if (trapped)
             QVERIFY(seams.texts()[0].startsWith(
                 QStringLiteral("basDNS.LoadAdvancedTabSettings()\rError # 91 ")));
+    }
+
+    // A numeric combo takes one to nine of the digits 0-9 and nothing else.
+    void keepNumeric_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("state");
+        QTest::newRow("empty") << QString() << int(QValidator::Intermediate);
+        QTest::newRow("digits") << QStringLiteral("120") << int(QValidator::Acceptable);
+        QTest::newRow("nine digits") << QStringLiteral("123456789") << int(QValidator::Acceptable);
+        QTest::newRow("ten digits") << QStringLiteral("1234567890") << int(QValidator::Invalid);
+        QTest::newRow("a letter") << QStringLiteral("12a") << int(QValidator::Invalid);
+        QTest::newRow("a sign") << QStringLiteral("-5") << int(QValidator::Invalid);
+        QTest::newRow("other digits")
+            << QString::fromUtf8("\u0661\u0662") << int(QValidator::Invalid);
+    }
+    void keepNumeric()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, state);
+        QComboBox combo;
+        combo.setEditable(true);
+        basDNS::KeepNumeric(&combo);
+        const QValidator *validator = combo.lineEdit()->validator();
+        QVERIFY(validator);
+        int pos = 0;
+        QCOMPARE(int(validator->validate(typed, pos)), state);
     }
 
     void fillComboFromListKeepsEmptyPieces()
