@@ -10,69 +10,16 @@
 //                                    records of the benchmarks' list (kept as
 //                                    one string, rows as views into it); prints
 //                                    "shown" once painted, runs until ended
+#include "BenchModel.h"
 #include "BenchProc.h"
 #include "BenchRecords.h"
 
-#include <QAbstractTableModel>
 #include <QApplication>
 #include <QLabel>
 #include <QMainWindow>
 #include <QTimer>
 #include <QTreeView>
-#include <array>
 #include <cstdio>
-#include <vector>
-
-namespace {
-
-// The leanest model of the records: one string, four views per row.
-class RecordModel : public QAbstractTableModel
-{
-public:
-    explicit RecordModel(QString text) : m_text(std::move(text))
-    {
-        const QStringView all(m_text);
-        qsizetype begin = 0;
-        while (begin <= all.size()) {
-            qsizetype end = all.indexOf(u"~~", begin);
-            if (end < 0)
-                end = all.size();
-            const QStringView piece = all.sliced(begin, end - begin);
-            std::array<QStringView, 4> row;
-            qsizetype from = 0;
-            for (QStringView &field : row) {
-                qsizetype to = piece.indexOf(u";;", from);
-                if (to < 0)
-                    to = piece.size();
-                field = piece.sliced(from, qMax<qsizetype>(0, to - from));
-                from = qMin(piece.size(), to + 2);
-            }
-            m_rows.push_back(row);
-            begin = end + 2;
-        }
-    }
-    int rowCount(const QModelIndex &parent = {}) const override
-    {
-        return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
-    }
-    int columnCount(const QModelIndex &parent = {}) const override
-    {
-        return parent.isValid() ? 0 : 4;
-    }
-    QVariant data(const QModelIndex &index, int role) const override
-    {
-        if (role != Qt::DisplayRole || !index.isValid())
-            return {};
-        return m_rows[static_cast<size_t>(index.row())][static_cast<size_t>(index.column())]
-            .toString();
-    }
-
-private:
-    QString m_text;
-    std::vector<std::array<QStringView, 4>> m_rows;
-};
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -117,7 +64,7 @@ int main(int argc, char *argv[])
         auto *view = new QTreeView(&window);
         view->setRootIsDecorated(false);
         view->setUniformRowHeights(true);
-        view->setModel(new RecordModel(Bench::recordList(count)));
+        view->setModel(new Bench::RecordModel(Bench::recordList(count)));
         window.setCentralWidget(view);
         window.resize(600, 470);
         window.show();
