@@ -4,6 +4,7 @@
 // switches and times scheduled, summed over all its threads) and memory.
 #include <QDir>
 #include <QFile>
+#include <QMap>
 #include <QString>
 
 namespace Bench {
@@ -50,6 +51,23 @@ inline WakeUps wakeUps(const QString &pid = QStringLiteral("self"))
             w.scheduled += sched.readAll().trimmed().split(' ').value(2).toLongLong();
     }
     return w;
+}
+
+// The voluntary context switches of each thread, by the thread's name
+// (threads of the same name summed).
+inline QMap<QString, qint64> switchesByThread(const QString &pid = QStringLiteral("self"))
+{
+    QMap<QString, qint64> byName;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString &tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString dir = tasks + QLatin1Char('/') + tid;
+        QFile comm(dir + QStringLiteral("/comm"));
+        const QString name =
+            comm.open(QIODevice::ReadOnly) ? QString::fromUtf8(comm.readAll()).trimmed() : tid;
+        byName[name] += qMax<qint64>(
+            0, statusValue(dir + QStringLiteral("/status"), "voluntary_ctxt_switches"));
+    }
+    return byName;
 }
 
 // Resident memory in KiB; -1 when the process is gone.

@@ -89,6 +89,8 @@ private slots:
         runFor(1000);
 
         QProcess bare;
+        // What it says on stderr would wake this process too.
+        bare.setStandardErrorFile(QProcess::nullDevice());
         bare.start(QStringLiteral(BENCH_BARE_WINDOW),
                    {QStringLiteral("idle"), QString::number(kSeconds)});
         QVERIFY2(bare.waitForStarted(10000), qPrintable(bare.errorString()));
@@ -96,9 +98,19 @@ private slots:
         TimerCounter timers;
         qApp->installEventFilter(&timers);
         timers.counting = true;
+        const QMap<QString, qint64> threadsBefore = Bench::switchesByThread();
         const Bench::WakeUps before = Bench::wakeUps();
         runFor(kSeconds * 1000);
         const Bench::WakeUps used = Bench::wakeUps() - before;
+        QStringList byThread;
+        const QMap<QString, qint64> threadsAfter = Bench::switchesByThread();
+        for (auto it = threadsAfter.cbegin(); it != threadsAfter.cend(); ++it) {
+            if (it.key() == QLatin1String("QtTest Watchdog"))
+                continue;
+            const qint64 n = it.value() - threadsBefore.value(it.key());
+            if (n > 0)
+                byThread << QStringLiteral("%1 %2").arg(it.key()).arg(n);
+        }
         timers.counting = false;
         qApp->removeEventFilter(&timers);
 
@@ -128,6 +140,7 @@ private slots:
                     used.voluntary, used.nonvoluntary, used.scheduled, timers.total, autoTicks,
                     timesTicks, others.isEmpty() ? "" : ", ",
                     qPrintable(others.join(QStringLiteral(", "))));
+        std::printf("    by thread: %s\n", qPrintable(byThread.join(QStringLiteral(", "))));
         std::printf("  bare hidden QMainWindow, one 10 s QTimer (baseline): %s voluntary + %s "
                     "involuntary context switches, scheduled %s times\n",
                     qPrintable(m.captured(1)), qPrintable(m.captured(2)),
