@@ -210,8 +210,13 @@ QPixmap Help(int side)
 {
     // A white speech bubble with a blue question mark, as the style's own
     // question picture looks, drawn as lines rather than read from a file
-    // or set in a font.
-    QPixmap pm(std::max(side, 1), std::max(side, 1));
+    // or set in a font. Drawn once per size.
+    side = std::max(side, 1);
+    const QString cacheKey = QStringLiteral("veltrio:help:%1").arg(side);
+    QPixmap pm;
+    if (QPixmapCache::find(cacheKey, &pm))
+        return pm;
+    pm = QPixmap(side, side);
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
@@ -220,17 +225,17 @@ QPixmap Help(int side)
         return QPointF(r.left() + x * r.width(), r.top() + y * r.height());
     };
     const qreal w = r.width();
-    QPainterPath bubble;
-    bubble.addEllipse(QRectF(at(0.04, 0.03), at(0.96, 0.8)));
-    QPainterPath tail;
-    tail.moveTo(at(0.26, 0.66));
-    tail.lineTo(at(0.2, 0.97));
-    tail.lineTo(at(0.5, 0.76));
-    tail.closeSubpath();
-    bubble = bubble.united(tail);
-    p.setPen(QPen(QColor(0x50, 0x50, 0x50), std::max(1.0, w / 20)));
+    // The tail, then the bubble over its root, then the tail's inside again
+    // over the bubble's outline: one outline without joining the paths.
+    const QPointF tail[] = {at(0.26, 0.62), at(0.2, 0.97), at(0.5, 0.74)};
+    const QPen outline(QColor(0x50, 0x50, 0x50), std::max(1.0, w / 20));
+    p.setPen(outline);
     p.setBrush(Qt::white);
-    p.drawPath(bubble);
+    p.drawPolygon(tail, 3);
+    p.drawEllipse(QRectF(at(0.04, 0.03), at(0.96, 0.8)));
+    p.setPen(Qt::NoPen);
+    const QPointF inside[] = {at(0.29, 0.62), at(0.23, 0.9), at(0.46, 0.72)};
+    p.drawPolygon(inside, 3);
 
     const QColor blue(0x10, 0x20, 0xe0);
     QPainterPath hook;
@@ -244,6 +249,8 @@ QPixmap Help(int side)
     p.setPen(Qt::NoPen);
     p.setBrush(blue);
     p.drawEllipse(at(0.5, 0.64), w * 0.07, w * 0.07);
+    p.end();
+    QPixmapCache::insert(cacheKey, pm);
     return pm;
 }
 
