@@ -137,7 +137,6 @@ public:
         }
     }
     const Row &row(int i) const { return m_rows[static_cast<size_t>(i)]; }
-    const std::vector<Row> &rows() const { return m_rows; }
     // Counts every change of the rows (a fill, an emptying, a sort): while
     // it stands still, the rows and their order are the same.
     quint64 version() const { return m_version; }
