@@ -6,7 +6,6 @@
 #include "RefreshPort.h"
 #include "Refresher.h"
 
-#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
@@ -182,7 +181,7 @@ public:
     void ShowAddress(const QString &address) override;
     void FreeRecordReplaced(const QString &address) override;
     void ReloadRows() override;
-    void Report(const RefreshOutcome &outcome) override;
+    void Report(const OutcomeText &text) override;
     void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
                             const RefreshRecords *records) override;
     // Whether the service mode keeps the account's records up to date.
@@ -311,10 +310,9 @@ private:
     bool m_gridComplete = true;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
-    // The session's start on a steady clock (init), with the milliseconds
-    // its start time had past the whole second and the start time's text:
-    // the up-time is counted from it without reading the local time.
-    QElapsedTimer m_upTime;
-    qint64 m_upTimeOffset = 0;
-    QString m_upTimeStart;
+    // The second the session started (init) on the steady clock: the
+    // up-time is counted from it without reading the local time.
+    qint64 m_upTimeStartMs = 0;
+    // Records another process sent that the grid does not show yet.
+    bool m_recordsToShow = false;
 };

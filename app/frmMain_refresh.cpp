@@ -93,11 +93,10 @@ void frmMain::ReloadRows()
     FillDomainUserGrid();
 }
 
-void frmMain::Report(const RefreshOutcome &outcome)
+void frmMain::Report(const OutcomeText &text)
 {
     // Background work never waits on a person: the status panel and the tray
     // say what happened, once per check, and failures go to the log.
-    const OutcomeText text = Describe(outcome);
     for (const QString &failure : text.failures)
         basErr::LogOnly(QStringLiteral("frmMain.tmrAuto_Timer()"),
                         RuntimeError(ErrorNumber::Internal, failure));
@@ -147,10 +146,15 @@ void frmMain::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status
         txtVeltrioIP->setText(status.ipAddress);
     }
     // The records as the refreshing process knows them, shown as a check of
-    // our own would show them (not while the user works in another panel).
-    if (records && !user.bVeltrioOnly && !RowsOnHold()) {
+    // our own would show them: once the user no longer works in another
+    // panel.
+    if (records && !user.bVeltrioOnly) {
         user.sDomainUserRecords = records->records;
         Program::sAutoIPList = records->autoIPList;
+        m_recordsToShow = true;
+    }
+    if (m_recordsToShow && !RowsOnHold()) {
+        m_recordsToShow = false;
         FillDomainUserGrid();
     }
 }
@@ -169,15 +173,8 @@ void frmMain::tmrTimes_Timer()
 
 void frmMain::ShowUpTime()
 {
-    qint64 seconds = 0;
-    if (m_upTime.isValid() && !Seams::ClockReplaced() && Program::sStartTime == m_upTimeStart) {
-        // The seconds turn where the start time's did: the whole seconds
-        // from the start time's second, as its text counts them.
-        seconds = (m_upTime.elapsed() + m_upTimeOffset) / 1000;
-    } else {
-        const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
-        seconds = start.isValid() ? start.secsTo(Seams::Now()) : 0;
-    }
+    const qint64 seconds =
+        Program::sStartTime.isEmpty() ? 0 : (Seams::SteadyMs() - m_upTimeStartMs) / 1000;
     lblUpTime->setText(AutoRefresh::UpTimeCaption(seconds));
 }
 

@@ -26,11 +26,6 @@ QString accountKey()
     return QStringLiteral("SOFTWARE\\Veltrio\\") + User().sUsername;
 }
 
-QString recordName(const QString &host, const QString &domain)
-{
-    return host.isEmpty() || host == QLatin1String("@") ? domain : host + QLatin1Char('.') + domain;
-}
-
 } // namespace
 
 ServiceMode::ServiceMode(Mode mode, QObject *parent)
@@ -92,12 +87,14 @@ std::optional<int> ServiceMode::Start()
         // client runs; it points back at this machine now.
         if (LoginExchange::RepointFreeRecord(user.sIPAddress, false, m_autoIP)) {
             line(QStringLiteral("%1: %2 points at %3")
-                     .arg(account(), recordName(user.sUsername, user.sSubDomain), user.sIPAddress));
+                     .arg(account(), AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
+                          user.sIPAddress));
         } else {
             m_failed = true;
             const QString failure =
                 QStringLiteral("%1: could not point %2 at %3")
-                    .arg(account(), recordName(user.sUsername, user.sSubDomain), user.sIPAddress);
+                    .arg(account(), AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
+                         user.sIPAddress);
             line(failure);
             logFailure(failure);
         }
@@ -123,7 +120,7 @@ std::optional<int> ServiceMode::Start()
     m_tick.start();
     const QString what = user.bVeltrioOnly
                              ? QStringLiteral("%1, automatic %2")
-                                   .arg(recordName(user.sUsername, user.sSubDomain),
+                                   .arg(AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
                                         m_autoIP ? QStringLiteral("on") : QStringLiteral("off"))
                              : QStringLiteral("%1 automatic record(s)").arg(AutoRows().size());
     line(QStringLiteral("%1: refreshing %2, every %3 s").arg(account(), what, m_rate));
@@ -185,8 +182,10 @@ void ServiceMode::loadSettings()
     RegistryStore section;
     section.SetKey(accountKey());
     m_autoIP = section.ReadValue(QStringLiteral("bAutoIP")) == QLatin1String("1");
-    if (!user.bVeltrioOnly)
+    if (!user.bVeltrioOnly) {
         Program::sAutoIPList = section.ReadValue(QStringLiteral("AutoIPs"));
+        m_savedAutoIPList = Program::sAutoIPList;
+    }
 }
 
 void ServiceMode::printAutomaticRecords()
@@ -194,14 +193,14 @@ void ServiceMode::printAutomaticRecords()
     const clsUser &user = User();
     if (user.bVeltrioOnly) {
         std::printf("%s A %s automatic=%s\n",
-                    qPrintable(recordName(user.sUsername, user.sSubDomain)),
+                    qPrintable(AutoRefresh::RecordName(user.sUsername, user.sSubDomain)),
                     qPrintable(user.sIPAddress), m_autoIP ? "yes" : "no");
         return;
     }
     bool complete = true;
     const QList<AutoRefresh::GridRow> rows = autoRows(&complete);
     for (const AutoRefresh::GridRow &row : rows)
-        std::printf("%s %s %s\n", qPrintable(recordName(row.host, row.domain)),
+        std::printf("%s %s %s\n", qPrintable(AutoRefresh::RecordName(row.host, row.domain)),
                     qPrintable(row.recordType), qPrintable(row.value));
     if (!complete)
         line(QStringLiteral("%1: the record list has a damaged piece; the records after it are "
@@ -278,6 +277,10 @@ void ServiceMode::ReloadRows()
 
 void ServiceMode::saveAutoIPList()
 {
+    // Only a record command changes the automatic list: a check that sent
+    // none has nothing to save.
+    if (Program::sAutoIPList == m_savedAutoIPList)
+        return;
     // The automatic list holds each record's address: after a replace it
     // names the new one. A list read only in part would drop the marks of
     // the records left out, so the saved one then stays.
@@ -287,20 +290,17 @@ void ServiceMode::saveAutoIPList()
         return;
     RegistryStore section;
     section.SetKey(accountKey());
-    if (section.ReadValue(QStringLiteral("AutoIPs")) != list)
-        section.WriteValue(QStringLiteral("AutoIps"), list, RegistryStore::Text);
+    section.WriteValue(QStringLiteral("AutoIps"), list, RegistryStore::Text);
+    m_savedAutoIPList = Program::sAutoIPList;
 }
 
-void ServiceMode::Report(const RefreshOutcome &outcome)
+void ServiceMode::Report(const OutcomeText &text)
 {
-    const OutcomeText text = Describe(outcome);
+    // The engine logs an address reply it would not act on itself.
     for (const QString &described : text.lines)
         line(account() + QStringLiteral(": ") + described);
     for (const QString &failure : text.failures)
         logFailure(failure);
-    if (!outcome.rejectedAddress.isNull())
-        logFailure(QStringLiteral("The service's address reply was no IPv4 address; the records "
-                                  "were left alone."));
     if (text.problem)
         m_failed = true;
 }

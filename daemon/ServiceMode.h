@@ -52,7 +52,7 @@ public:
     void ShowAddress(const QString &address) override;
     void FreeRecordReplaced(const QString &address) override;
     void ReloadRows() override;
-    void Report(const RefreshOutcome &outcome) override;
+    void Report(const OutcomeText &text) override;
     void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
                             const RefreshRecords *records) override;
 
@@ -82,6 +82,8 @@ private:
     QString m_savedUser;
     QString m_savedPassword;
     QString m_rate;
+    // The automatic list as the settings hold it.
+    QString m_savedAutoIPList;
     bool m_autoIP = false;
     bool m_started = false;
     bool m_stopping = false;

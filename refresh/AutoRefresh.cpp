@@ -25,6 +25,11 @@ bool IsAutoIPRow(const GridRow &row)
     return row.autoIP.toUpper() == QLatin1String("YES");
 }
 
+QString RecordName(const QString &host, const QString &domain)
+{
+    return host.isEmpty() || host == QLatin1String("@") ? domain : host + QLatin1Char('.') + domain;
+}
+
 QString HostToSend(const QString &host)
 {
     if (host.isEmpty() || host == QLatin1String("Root"))

@@ -26,6 +26,10 @@ struct GridRow
 // is "YES".
 bool IsAutoIPRow(const GridRow &row);
 
+// The full name of a record as people read it: host "." domain, or the
+// domain alone for its own record (host empty or "@").
+QString RecordName(const QString &host, const QString &domain);
+
 // The host name a row is sent with: "@" (the domain itself) for an empty
 // host or "Root".
 QString HostToSend(const QString &host);

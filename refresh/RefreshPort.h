@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 struct RefreshStatus;
 struct RefreshRecords;
@@ -29,9 +30,18 @@ struct RefreshOutcome
     QList<RefreshCommand> commands;
     QList<AutoRefresh::RecordArgs> pending;
     QString rejectedAddress;
-
-    bool Failed() const;
 };
+
+// How an outcome reads: a summary line for a status panel, a line per record
+// command, failure and owed add, and the failures on their own for the log.
+struct OutcomeText
+{
+    QString summary;
+    QStringList lines;
+    QStringList failures;
+    bool problem = false;
+};
+OutcomeText Describe(const RefreshOutcome &outcome);
 
 // What the refresh engine needs from its host (the main window, or the
 // service mode) and what it hands back. The engine calls it only while no
@@ -64,8 +74,8 @@ public:
     virtual void FreeRecordReplaced(const QString &address) = 0;
     // The records changed at the service: show the session's record list.
     virtual void ReloadRows() = 0;
-    // What a check that sent commands did.
-    virtual void Report(const RefreshOutcome &outcome) = 0;
+    // What a check that sent commands did, as Describe() words it.
+    virtual void Report(const OutcomeText &text) = 0;
 
     // --- while another process refreshes the account --------------------------
     // Once per tick: byServiceMode tells whether the service mode refreshes

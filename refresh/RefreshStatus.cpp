@@ -1,7 +1,6 @@
 #include "RefreshStatus.h"
 
 #include "Refresher.h"
-#include "basDNS.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -96,50 +95,4 @@ qint64 RefreshRecords::Stamp(const QString &account)
 {
     const QFileInfo info(fileOf(account, ".records"));
     return info.exists() ? info.lastModified().toMSecsSinceEpoch() : 0;
-}
-
-OutcomeText Describe(const RefreshOutcome &outcome)
-{
-    const auto name = [](const QString &host, const QString &domain) {
-        return host == QLatin1String("@") ? domain : host + QLatin1Char('.') + domain;
-    };
-    OutcomeText text;
-    int set = 0;
-    for (const RefreshCommand &command : outcome.commands) {
-        const bool removing = command.command == basDNS::RecordDelete;
-        if (command.ok) {
-            if (!removing) {
-                ++set;
-                text.lines.append(name(command.host, command.domain) + QStringLiteral(" set to ") +
-                                  command.address);
-            }
-            continue;
-        }
-        const QString failure = QStringLiteral("Could not ") +
-                                (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
-                                QStringLiteral(" IP for ") + name(command.host, command.domain) +
-                                QStringLiteral(" (") + command.address + QStringLiteral("): ") +
-                                command.error;
-        text.lines.append(failure);
-        text.failures.append(failure);
-    }
-    if (set > 0)
-        text.summary = set == 1 ? QStringLiteral("Updated 1 record")
-                                : QStringLiteral("Updated %1 records").arg(set);
-    if (!text.failures.isEmpty())
-        text.summary = QStringLiteral("%1 failed, see the log").arg(text.failures.size());
-    for (const AutoRefresh::RecordArgs &add : outcome.pending)
-        text.lines.append(QStringLiteral("Still to add, at every check: ") +
-                          name(add.host, add.domain) + QStringLiteral(" ") + add.address);
-    if (!outcome.pending.isEmpty())
-        text.summary =
-            QStringLiteral("Pending: ") + name(outcome.pending[0].host, outcome.pending[0].domain);
-    if (!outcome.rejectedAddress.isNull()) {
-        text.summary = QStringLiteral("Bad address reply ignored");
-        text.lines.append(QStringLiteral("The service's address reply was no IPv4 address; the "
-                                         "records were left alone."));
-    }
-    text.problem =
-        !text.failures.isEmpty() || !outcome.pending.isEmpty() || !outcome.rejectedAddress.isNull();
-    return text;
 }

@@ -38,14 +38,3 @@ struct RefreshRecords
     // epoch); 0 when there is none.
     static qint64 Stamp(const QString &account);
 };
-
-// How the outcome of a check reads: a summary line for a status panel and a
-// line per record command, failure and owed add.
-struct OutcomeText
-{
-    QString summary;
-    QStringList lines;
-    QStringList failures;
-    bool problem = false;
-};
-OutcomeText Describe(const RefreshOutcome &outcome);

@@ -81,13 +81,8 @@ bool Refresher::ServiceModeRuns(const QString &account)
     // One look at the folder on most ticks: no file, no service mode.
     if (!QFile::exists(path))
         return false;
-    QLockFile probe(path);
-    probe.setStaleLockTime(0);
-    if (!probe.tryLock(0))
-        return true;
-    // A stale lock: its service mode is gone, and the probe cleared it.
-    probe.unlock();
-    return false;
+    // A stale lock (its service mode is gone) is taken, which clears it.
+    return !lockFile(path)->tryLock(0);
 }
 
 void Refresher::CheckDone()
@@ -105,7 +100,8 @@ bool Refresher::MayRefresh(int waitMs)
         m_other = Other::ServiceMode;
         return false;
     }
-    if (m_refresh && m_refresh->isLocked()) {
+    // Kept only while locked.
+    if (m_refresh) {
         m_other = Other::Nobody;
         return true;
     }

@@ -15,6 +15,19 @@
 
 namespace Bench {
 
+// The saved login of user (the password is the name, as in the demo
+// accounts) against the service, in the settings file in force.
+inline void writeSavedLogin(const ServiceProcess &service, const QString &user)
+{
+    RegistryStore store;
+    store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+    store.WriteValue(QStringLiteral("Port"), QString::number(service.httpPort()),
+                     RegistryStore::Text);
+    store.WriteValue(QStringLiteral("bSaveLogin"), 1, RegistryStore::Number);
+    store.WriteValue(QStringLiteral("Username"), user, RegistryStore::Text);
+    store.WriteValue(QStringLiteral("Password"), user, RegistryStore::Text);
+}
+
 // A fresh session whose service is reached over plain HTTP, and the saved
 // login of user (password the same) in a settings file in dir, with the
 // given values in the user's own section and in [Init].
@@ -31,13 +44,9 @@ inline void prepareSavedLogin(const QTemporaryDir &dir, const ServiceProcess &se
     SetConfig(config);
     RegistryStore::SetFile(dir.filePath(QStringLiteral("settings.ini")));
     basErr::SetLogFolder(dir.filePath(QStringLiteral("Logs")));
+    writeSavedLogin(service, user);
     RegistryStore store;
     store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
-    store.WriteValue(QStringLiteral("Port"), QString::number(service.httpPort()),
-                     RegistryStore::Text);
-    store.WriteValue(QStringLiteral("bSaveLogin"), 1, RegistryStore::Number);
-    store.WriteValue(QStringLiteral("Username"), user, RegistryStore::Text);
-    store.WriteValue(QStringLiteral("Password"), user, RegistryStore::Text);
     for (const auto &[name, value] : initValues)
         store.WriteValue(name, value, RegistryStore::Text);
     store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\") + user);

@@ -18,6 +18,7 @@
 // window never maps, or veltrio-dns did not log in.
 #include "BenchProc.h"
 #include "BenchRecords.h"
+#include "BenchSession.h"
 #include "ServiceProcess.h"
 
 #include "RegistryStore.h"
@@ -214,15 +215,7 @@ class BenchStartup : public QObject
         const QString settings = m_dir.filePath(name + QStringLiteral(".ini"));
         const QString config = m_dir.filePath(name + QStringLiteral(".conf"));
         RegistryStore::SetFile(settings);
-        {
-            RegistryStore store;
-            store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
-            store.WriteValue(QStringLiteral("Port"), QString::number(service.httpPort()),
-                             RegistryStore::Text);
-            store.WriteValue(QStringLiteral("bSaveLogin"), 1, RegistryStore::Number);
-            store.WriteValue(QStringLiteral("Username"), user, RegistryStore::Text);
-            store.WriteValue(QStringLiteral("Password"), user, RegistryStore::Text);
-        }
+        Bench::writeSavedLogin(service, user);
         QFile conf(config);
         if (!conf.open(QIODevice::WriteOnly) ||
             conf.write("[Service]\nHttpHost=127.0.0.1\nHttpsHost=127.0.0.1\n") < 0)
