@@ -834,9 +834,9 @@ void frmMain::init()
         // Kept as ISO 8601 text; the up-time counts from it on a steady clock.
         const QDateTime now = Seams::Now();
         Program::sStartTime = now.toString(Qt::ISODate);
-        m_upTime.start();
-        m_upTimeOffset = now.time().msec();
-        m_upTimeStart = Program::sStartTime;
+        // The seconds turn where the start time's did: it counts whole
+        // seconds from the start time's second.
+        m_upTimeStartMs = Seams::SteadyMs() - now.time().msec();
         lblExpirationDate->setText(user.sExpirationDate);
 
         RegistryStore store;

@@ -2,6 +2,7 @@
 
 #include "Foreground.h"
 
+#include <QElapsedTimer>
 #include <QThread>
 #include <cstdio>
 
@@ -25,7 +26,14 @@ struct Installed
 {
     MessageBoxFn messageBox = consoleMessageBox;
     ClockFn clock = [] { return QDateTime::currentDateTime(); };
-    bool clockReplaced = false;
+    std::function<qint64()> steady = [] {
+        static const QElapsedTimer since = [] {
+            QElapsedTimer timer;
+            timer.start();
+            return timer;
+        }();
+        return since.elapsed();
+    };
     SleepFn sleep = [](int ms) { QThread::msleep(static_cast<unsigned long>(ms)); };
     ShellOpenFn shellOpen = consoleShellOpen;
 };
@@ -55,9 +63,9 @@ QDateTime Now()
     return installed().clock();
 }
 
-bool ClockReplaced()
+qint64 SteadyMs()
 {
-    return installed().clockReplaced;
+    return installed().steady();
 }
 
 void Sleep(int milliseconds)
@@ -78,7 +86,7 @@ void setMessageBox(MessageBoxFn fn)
 void setClock(ClockFn fn)
 {
     installed().clock = std::move(fn);
-    installed().clockReplaced = true;
+    installed().steady = [] { return installed().clock().toMSecsSinceEpoch(); };
 }
 
 void setSleep(SleepFn fn)

@@ -27,10 +27,10 @@ Answer MsgBox(const QString &text, Buttons buttons = Buttons::Ok,
               const QString &title = DefaultTitle());
 // The present local date and time.
 QDateTime Now();
-// Whether the clock is not the system's (a test set its own). Code that
-// measures a length of time on a steady clock of its own, to spare reading
-// the local time, reads Now() instead while this is so.
-bool ClockReplaced();
+// Milliseconds on a steady clock from an arbitrary start: lengths of time
+// without reading the local time (and the time zone). A clock set with
+// setClock() drives it too, so that time moves as the test moves it.
+qint64 SteadyMs();
 // Waits, blocking the caller.
 void Sleep(int milliseconds);
 // Opens a web page in the user's browser.
