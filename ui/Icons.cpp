@@ -110,9 +110,16 @@ public:
         QPixmap pm;
         if (QPixmapCache::find(cacheKey, &pm))
             return pm;
-        pm = QPixmap(size);
-        pm.fill(Qt::transparent);
-        {
+        const QSize largest = availableSizes(mode, state).constLast();
+        if (mode == QIcon::Normal && size.width() == size.height() &&
+            size.width() < largest.width()) {
+            // A window's icon is asked for at every listed size at once:
+            // the smaller ones are the largest, drawn once, scaled down.
+            pm = pixmap(largest, mode, state)
+                     .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        } else {
+            pm = QPixmap(size);
+            pm.fill(Qt::transparent);
             QPainter p(&pm);
             paint(&p, QRect(QPoint(0, 0), size), mode, state);
         }

@@ -71,7 +71,13 @@ PictureButton::PictureButton(const QString &objectName, const QString &labelName
     QFont font = m_label->font();
     font.setBold(true);
     m_label->setFont(font);
-    m_label->setStyleSheet(QStringLiteral("color: white; background: transparent;"));
+    // White on the picture in every state; a label fills no background of
+    // its own. A palette, not a style sheet: a style sheet gives every
+    // caption a style of its own, a cost paid at each window's start.
+    QPalette palette = m_label->palette();
+    palette.setColor(QPalette::WindowText, Qt::white);
+    m_label->setPalette(palette);
+    m_label->setAutoFillBackground(false);
 
     connect(this, &QPushButton::pressed, this, [this] { setPicture(QStringLiteral("ButtonDwn")); });
     connect(this, &QPushButton::released, this, [this] { setPicture(QStringLiteral("ButtonUp")); });
