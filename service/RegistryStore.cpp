@@ -241,6 +241,7 @@ struct RegistryStore::Private
     // What the selected key holds, read once: the store is read value by
     // value, and each look-up of a group or a name must not scan it again.
     mutable std::optional<QString> cachedGroup;
+    mutable bool cachedGroupExists = false;
     mutable std::optional<QStringList> cachedKeys;
 
     void forget()
@@ -282,10 +283,12 @@ struct RegistryStore::Private
             return group;
         if (!cachedGroup) {
             cachedGroup = group;
+            cachedGroupExists = false;
             const QStringList groups = settings->childGroups();
             for (const QString &g : groups) {
                 if (g.compare(group, Qt::CaseInsensitive) == 0) {
                     cachedGroup = g;
+                    cachedGroupExists = true;
                     break;
                 }
             }
@@ -299,8 +302,10 @@ struct RegistryStore::Private
             return false;
         if (group.isEmpty())
             return true;
-        const QString actual = actualGroup();
-        return settings->childGroups().contains(actual);
+        // The look-up of the group's actual name has seen whether it is
+        // there: no second pass over every key of the file.
+        actualGroup();
+        return cachedGroupExists;
     }
 
     // The value names of the selected key, in the store's stable order.
