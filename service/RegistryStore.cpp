@@ -240,8 +240,12 @@ struct RegistryStore::Private
     QString group;       // encoded group name; empty for the vendor key itself
     // What the selected key holds, read once: the store is read value by
     // value, and each look-up of a group or a name must not scan it again.
-    mutable std::optional<QString> cachedGroup;
-    mutable bool cachedGroupExists = false;
+    struct Group
+    {
+        QString name; // as the file spells it, or encoded when it is not there
+        bool exists = false;
+    };
+    mutable std::optional<Group> cachedGroup;
     mutable std::optional<QStringList> cachedKeys;
 
     void forget()
@@ -276,24 +280,26 @@ struct RegistryStore::Private
     }
 
     // The existing group the selected key names (letter case ignored, as
-    // the registry does), or the encoded name when it does not exist yet.
-    QString actualGroup() const
+    // the registry does), or the encoded name when it does not exist yet:
+    // one pass over the file's groups.
+    const Group &selectedGroup() const
     {
-        if (group.isEmpty())
-            return group;
         if (!cachedGroup) {
-            cachedGroup = group;
-            cachedGroupExists = false;
+            cachedGroup = Group{group, false};
             const QStringList groups = settings->childGroups();
             for (const QString &g : groups) {
                 if (g.compare(group, Qt::CaseInsensitive) == 0) {
-                    cachedGroup = g;
-                    cachedGroupExists = true;
+                    cachedGroup = Group{g, true};
                     break;
                 }
             }
         }
         return *cachedGroup;
+    }
+
+    QString actualGroup() const
+    {
+        return group.isEmpty() ? group : selectedGroup().name;
     }
 
     bool keyExists() const
@@ -302,10 +308,7 @@ struct RegistryStore::Private
             return false;
         if (group.isEmpty())
             return true;
-        // The look-up of the group's actual name has seen whether it is
-        // there: no second pass over every key of the file.
-        actualGroup();
-        return cachedGroupExists;
+        return selectedGroup().exists;
     }
 
     // The value names of the selected key, in the store's stable order.

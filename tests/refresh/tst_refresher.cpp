@@ -71,25 +71,6 @@ private slots:
         QVERIFY(other.MayRefresh());
     }
 
-    // A window that held the checks gives them up at its next look once the
-    // service mode starts, and takes them back when it ends.
-    void windowHandsOverToTheServiceMode()
-    {
-        Refresher window(Role::Window);
-        QVERIFY(window.Open(QStringLiteral("acme")));
-        QVERIFY(window.MayRefresh());
-        {
-            Refresher service(Role::ServiceMode);
-            QVERIFY(service.Open(QStringLiteral("acme")));
-            QVERIFY(!service.MayRefresh());
-            QVERIFY(!window.MayRefresh());
-            QCOMPARE(window.RefreshedBy(), Other::ServiceMode);
-            QVERIFY(service.MayRefresh());
-        }
-        QVERIFY(window.MayRefresh());
-        QCOMPARE(window.RefreshedBy(), Other::Nobody);
-    }
-
     // A program killed while it held a lock leaves the file behind; the
     // next one takes it over.
     void lockOfAGoneProcess_isTakenOver_data()
