@@ -66,7 +66,7 @@ DnsScript::DnsScript(AccountBook &book, Today today)
     : m_book(book), m_today(today ? std::move(today) : Today([] { return QDate::currentDate(); }))
 {}
 
-QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
+void DnsScript::note(const QString &rawQuery)
 {
     // The kept queries are bounded in number and in bytes, oldest first out.
     m_requests.append(rawQuery);
@@ -75,9 +75,11 @@ QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
         m_requestBytes -= m_requests.constFirst().size();
         m_requests.removeFirst();
     }
-    if (m_nextReply && rawQuery.contains(m_nextReplyMatch))
-        return std::exchange(m_nextReply, std::nullopt).value();
+}
 
+QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
+{
+    note(rawQuery);
     const QueryText query(rawQuery);
     const QString function = query.value(QStringLiteral("fxn")).value_or(QString()).trimmed();
     const QString caller = callerAddress(peerAddress);

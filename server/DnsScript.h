@@ -6,7 +6,6 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <optional>
 
 class QueryText;
 
@@ -41,15 +40,9 @@ public:
         m_requests.clear();
         m_requestBytes = 0;
     }
-    // Makes the next request, whatever it asks (or the next whose query
-    // holds match, when one is given), get this text as its whole reply and
-    // change nothing; for trying the client on replies the service would not
-    // give. The request is still counted among requests().
-    void setNextReply(const QString &reply, const QString &match = QString())
-    {
-        m_nextReply = reply;
-        m_nextReplyMatch = match;
-    }
+    // Keeps the query among requests() without answering it: a request the
+    // service got but did not act on (a test's fault).
+    void note(const QString &rawQuery);
 
     // The IPv4 form of a peer address: "::ffff:203.0.113.7" is 203.0.113.7,
     // the IPv6 loopback is 127.0.0.1.
@@ -66,6 +59,4 @@ private:
     QString m_publicAddress;
     QStringList m_requests;
     qsizetype m_requestBytes = 0;
-    std::optional<QString> m_nextReply;
-    QString m_nextReplyMatch;
 };

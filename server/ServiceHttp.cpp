@@ -42,50 +42,82 @@ QHttpServerResponse text(const QString &body, Status status = Status::Ok)
 
 ServiceHttp::ServiceHttp(DnsScript &script, QObject *parent) : QObject(parent), m_script(script) {}
 
+bool ServiceHttp::strikes(const QString &query)
+{
+    if (m_fault.kind == Fault::None || !query.contains(m_fault.match))
+        return false;
+    if (m_fault.skip > 0) {
+        --m_fault.skip;
+        return false;
+    }
+    return true;
+}
+
 void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder &&responder)
 {
     const QString query = request.url().query(QUrl::FullyEncoded);
     const QString peer = request.remoteAddress().toString();
-    const bool paced =
-        m_nextPace != Pace::Normal && (m_paceMatch.isEmpty() || query.contains(m_paceMatch));
-    const Pace pace = paced ? std::exchange(m_nextPace, Pace::Normal) : Pace::Normal;
-    if (pace == Pace::Normal) {
+    if (!strikes(query)) {
         responder.write(m_script.answer(query, peer).toUtf8(), htmlType);
         return;
     }
+    const ArmedFault fault = std::exchange(m_fault, ArmedFault());
+    // The request is carried out now, unless the fault comes first.
+    const bool actNow = fault.acted || fault.kind == Fault::Trickle || fault.kind == Fault::Drop;
+    const bool actLater = fault.kind == Fault::Delay && !fault.acted;
+    QByteArray body;
+    if (actNow)
+        body = m_script.answer(query, peer).toUtf8();
+    else if (!actLater)
+        m_script.note(query);
+
     // The responder outlives this call; its socket goes when the client
     // gives up, and then nothing more is written.
     auto held = std::make_shared<QHttpServerResponder>(std::move(responder));
     const QPointer<QTcpSocket> socket = held->socket();
-    if (pace == Pace::Delay) {
-        QTimer::singleShot(m_paceMs, this, [this, held, socket, query, peer] {
-            if (socket)
-                held->write(m_script.answer(query, peer).toUtf8(), htmlType);
+    switch (fault.kind) {
+    case Fault::None:
+        break;
+    case Fault::Reply:
+        held->write(fault.reply.toUtf8(), htmlType);
+        break;
+    case Fault::Status:
+        held->write(QByteArray(), htmlType, static_cast<Status>(fault.status));
+        break;
+    case Fault::Close:
+        socket->abort();
+        break;
+    case Fault::Delay:
+        QTimer::singleShot(fault.ms, this, [this, held, socket, query, peer, body, actLater] {
+            if (!socket)
+                return;
+            held->write(actLater ? m_script.answer(query, peer).toUtf8() : body, htmlType);
         });
-        return;
-    }
-    const QByteArray body = m_script.answer(query, peer).toUtf8();
-    if (pace == Pace::Drop) {
+        break;
+    case Fault::Drop:
         held->writeStatusLine();
         held->writeHeader("Content-Type", htmlType);
         held->writeHeader("Content-Length", QByteArray::number(body.size()));
         held->writeBody(body.left(body.size() / 2));
         socket->disconnectFromHost();
-        return;
+        break;
+    case Fault::Trickle: {
+        held->writeStatusLine();
+        held->writeHeader("Content-Type", htmlType);
+        held->writeHeader("Content-Length", QByteArray::number(body.size()));
+        auto *drip = new QTimer(this);
+        auto sent = std::make_shared<qsizetype>(0);
+        connect(drip, &QTimer::timeout, this, [held, socket, body, sent, drip] {
+            if (!socket || *sent >= body.size()) {
+                drip->deleteLater();
+                return;
+            }
+            held->writeBody(body.mid((*sent)++, 1));
+        });
+        drip->start(fault.ms);
+        break;
     }
-    held->writeStatusLine();
-    held->writeHeader("Content-Type", htmlType);
-    held->writeHeader("Content-Length", QByteArray::number(body.size()));
-    auto *drip = new QTimer(this);
-    auto sent = std::make_shared<qsizetype>(0);
-    connect(drip, &QTimer::timeout, this, [held, socket, body, sent, drip] {
-        if (!socket || *sent >= body.size()) {
-            drip->deleteLater();
-            return;
-        }
-        held->writeBody(body.mid((*sent)++, 1));
-    });
-    drip->start(m_paceMs);
+    }
 }
 
 namespace {
@@ -240,39 +272,48 @@ void ServiceHttp::addRoutes(QHttpServer &server)
         return text(body);
     });
 
-    server.route(QStringLiteral("/admin/next-reply"), [this](const QHttpServerRequest &request) {
-        if (!fromLoopback(request))
-            return text(QStringLiteral("forbidden\n"), Status::Forbidden);
-        const QUrlQuery query = request.query();
-        // A reply too long for a request line comes as the body of a POST.
-        const bool posted = request.method() == QHttpServerRequest::Method::Post;
-        if (!posted && !query.hasQueryItem(QStringLiteral("text")))
-            return text(QStringLiteral("give the reply as text=... or POST it\n"),
-                        Status::BadRequest);
-        m_script.setNextReply(
-            posted ? QString::fromUtf8(request.body())
-                   : query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded),
-            query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded));
-        return text(QStringLiteral("the next request gets the given reply\n"));
-    });
-
-    // A slow service for the client's tests: the next script request is
-    // answered late, or its reply trickles out a byte at a time.
-    for (const auto &[path, pace] :
-         {std::pair{QStringLiteral("/admin/next-delay"), Pace::Delay},
-          std::pair{QStringLiteral("/admin/next-trickle"), Pace::Trickle},
-          std::pair{QStringLiteral("/admin/next-drop"), Pace::Drop}}) {
-        server.route(path, [this, pace](const QHttpServerRequest &request) {
+    // One fault for a later script request: a slow, silent, failing or
+    // lying service for the client's tests.
+    for (const auto &[path, kind] :
+         {std::pair{QStringLiteral("/admin/next-reply"), Fault::Reply},
+          std::pair{QStringLiteral("/admin/next-delay"), Fault::Delay},
+          std::pair{QStringLiteral("/admin/next-trickle"), Fault::Trickle},
+          std::pair{QStringLiteral("/admin/next-drop"), Fault::Drop},
+          std::pair{QStringLiteral("/admin/next-close"), Fault::Close},
+          std::pair{QStringLiteral("/admin/next-status"), Fault::Status}}) {
+        server.route(path, [this, kind](const QHttpServerRequest &request) {
             if (!fromLoopback(request))
                 return text(QStringLiteral("forbidden\n"), Status::Forbidden);
-            bool ok = false;
-            const int ms = request.query().queryItemValue(QStringLiteral("ms")).toInt(&ok);
-            if (pace != Pace::Drop && (!ok || ms < 0))
+            const QUrlQuery query = request.query();
+            const auto number = [&query](const char *name, int fallback) {
+                bool ok = false;
+                const int n = query.queryItemValue(QLatin1String(name)).toInt(&ok);
+                return ok ? n : fallback;
+            };
+            ArmedFault fault;
+            fault.kind = kind;
+            fault.ms = number("ms", -1);
+            fault.acted = number("acted", 0) == 1;
+            fault.status = number("code", -1);
+            fault.skip = std::max(0, number("skip", 0));
+            fault.match = query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded);
+            if (kind == Fault::Reply) {
+                // A reply too long for a request line comes as the body of a POST.
+                const bool posted = request.method() == QHttpServerRequest::Method::Post;
+                if (!posted && !query.hasQueryItem(QStringLiteral("text")))
+                    return text(QStringLiteral("give the reply as text=... or POST it\n"),
+                                Status::BadRequest);
+                fault.reply =
+                    posted ? QString::fromUtf8(request.body())
+                           : query.queryItemValue(QStringLiteral("text"), QUrl::FullyDecoded);
+            }
+            if ((kind == Fault::Delay || kind == Fault::Trickle) && fault.ms < 0)
                 return text(QStringLiteral("give the time as ms=N\n"), Status::BadRequest);
-            m_nextPace = pace;
-            m_paceMs = ms;
-            m_paceMatch = request.query().queryItemValue(QStringLiteral("match"));
-            return text(QStringLiteral("the next request goes slowly\n"));
+            if (kind == Fault::Status && (fault.status < 400 || fault.status > 599))
+                return text(QStringLiteral("give an error status as code=4xx or 5xx\n"),
+                            Status::BadRequest);
+            m_fault = fault;
+            return text(QStringLiteral("the next request gets the fault\n"));
         });
     }
 

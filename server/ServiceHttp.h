@@ -12,14 +12,20 @@ class QHttpServerResponder;
 
 // The HTTP side of the service: the script at "/dnslogin3.asp" (plain-HTTP
 // endpoint) and "/autoupdate/dnslogin3.asp" (HTTPS endpoint), the web pages,
-// and two loopback-only admin requests for tests and demos:
+// and loopback-only admin requests for tests and demos:
 //   /admin/public-ip?address=A.B.C.D   the address the service reports
 //   /admin/requests[?clear=1]          the query texts received, one a line
-//   /admin/next-reply?text=...[&match=...]  the whole reply to the next
-//                                      request (whose query holds match)
-//   /admin/next-delay?ms=N             the next request is answered after N ms
-//   /admin/next-trickle?ms=N           the next reply goes out one byte every N ms
-//   /admin/next-drop                   the next reply stops half-way, connection closed
+// and one fault for a later script request, each taking &match=TEXT (the
+// next request whose query holds it) and &skip=K (let K such requests pass
+// first); a new one replaces the one still waiting:
+//   /admin/next-reply?text=...         exactly that reply, nothing done (or POST it)
+//   /admin/next-delay?ms=N[&acted=1]   the reply N ms late; acted=1: the
+//                                      request is carried out at once
+//   /admin/next-trickle?ms=N           the reply one byte every N ms
+//   /admin/next-drop                   carried out, the reply cut half-way
+//   /admin/next-close?acted=0|1        the connection closed with no reply,
+//                                      before or after carrying it out
+//   /admin/next-status?code=N          an HTTP error status, nothing done
 // Every listener serves every path.
 class ServiceHttp : public QObject
 {
@@ -33,13 +39,23 @@ public:
 
 private:
     void addRoutes(QHttpServer &server);
-    // Answers one script request, slowly when an admin request asked for it.
+    // Answers one script request, with the armed fault when it is the one.
     void answer(const QHttpServerRequest &request, QHttpServerResponder &&responder);
 
+    enum class Fault { None, Reply, Delay, Trickle, Drop, Close, Status };
+    struct ArmedFault
+    {
+        Fault kind = Fault::None;
+        int ms = 0;
+        bool acted = false; // carried out before the fault strikes
+        int status = 0;
+        QString reply;
+        QString match;
+        int skip = 0;
+    };
+    // Whether the armed fault strikes this request; counts a skipped one.
+    bool strikes(const QString &query);
+
     DnsScript &m_script;
-    enum class Pace { Normal, Delay, Trickle, Drop };
-    Pace m_nextPace = Pace::Normal;
-    int m_paceMs = 0;
-    // The paced request is the next whose query holds this; any when empty.
-    QString m_paceMatch;
+    ArmedFault m_fault;
 };

@@ -142,15 +142,22 @@ public:
     // With match, the next request whose query holds it.
     bool setNextDelay(int ms, const QString &match = QString())
     {
-        return admin(QStringLiteral("/admin/next-delay?ms=%1&match=%2").arg(ms).arg(match))
+        return setNextFault(QStringLiteral("delay?ms=%1").arg(ms), match);
+    }
+    bool setNextTrickle(int ms) { return setNextFault(QStringLiteral("trickle?ms=%1").arg(ms)); }
+    // Makes the next reply stop half-way, the connection closed.
+    bool setNextDrop() { return setNextFault(QStringLiteral("drop")); }
+    // Any fault of the service's admin requests ("close?acted=1",
+    // "status?code=503", "delay?ms=500&acted=1", ...) for the request after
+    // the first skip ones whose query holds match.
+    bool setNextFault(const QString &fault, const QString &match = QString(), int skip = 0)
+    {
+        const QString separator = fault.contains(u'?') ? QStringLiteral("&") : QStringLiteral("?");
+        return admin(QStringLiteral("/admin/next-") + fault + separator +
+                     QStringLiteral("skip=%1&match=").arg(skip) +
+                     QString::fromLatin1(QUrl::toPercentEncoding(match)))
             .has_value();
     }
-    bool setNextTrickle(int ms)
-    {
-        return admin(QStringLiteral("/admin/next-trickle?ms=%1").arg(ms)).has_value();
-    }
-    // Makes the next reply stop half-way, the connection closed.
-    bool setNextDrop() { return admin(QStringLiteral("/admin/next-drop")).has_value(); }
 
     // The query texts of the protocol requests received so far, oldest first.
     QStringList requests()
