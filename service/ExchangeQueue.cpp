@@ -29,23 +29,27 @@ ExchangeQueue::ExchangeQueue(QObject *parent) : QObject(parent)
     });
 }
 
-void ExchangeQueue::Post(const QUrl &url, const QString &caFile, QObject *context, Done done)
+void ExchangeQueue::Post(const QUrl &url, const QString &caFile, QObject *context, Done done,
+                         Transport::Delivery delivery)
 {
-    m_waiting.push_back({url, caFile, context, std::move(done)});
+    m_waiting.push_back({url, caFile, context, std::move(done), delivery});
     scheduleNext();
 }
 
-QString ExchangeQueue::Send(const QUrl &url, const QString &caFile)
+QString ExchangeQueue::Send(const QUrl &url, const QString &caFile, Transport::Delivery delivery)
 {
     if (!QCoreApplication::instance())
         return QString();
     const Foreground::Scope waiting;
     QEventLoop loop;
     std::optional<QString> reply;
-    Post(url, caFile, &loop, [&](const QString &body) {
-        reply = body;
-        loop.quit();
-    });
+    Post(
+        url, caFile, &loop,
+        [&](const QString &body) {
+            reply = body;
+            loop.quit();
+        },
+        delivery);
     if (!reply)
         loop.exec(QEventLoop::ExcludeUserInputEvents);
     return reply.value_or(QString());
@@ -85,7 +89,7 @@ void ExchangeQueue::startNext()
         return;
     m_current = std::move(m_waiting.front());
     m_waiting.pop_front();
-    m_reply = Transport::StartGet(m_current->url, m_current->caFile);
+    m_reply = Transport::StartGet(m_current->url, m_current->caFile, m_current->delivery);
     if (!m_reply) {
         QTimer::singleShot(0, this, &ExchangeQueue::finishCurrent);
         return;
@@ -107,6 +111,7 @@ void ExchangeQueue::finishCurrent()
     }
     Job job = std::move(*m_current);
     m_current.reset();
+    ++m_finished;
     scheduleNext();
     if (job.context)
         job.done(body);

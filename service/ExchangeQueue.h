@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Transport.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -30,12 +32,20 @@ public:
 
     // Queues a GET of url; done runs with the reply once it is in, unless
     // context is gone by then. HTTPS trusts caFile's CAs beside the system's.
-    void Post(const QUrl &url, const QString &caFile, QObject *context, Done done);
+    void Post(const QUrl &url, const QString &caFile, QObject *context, Done done,
+              Transport::Delivery delivery = Transport::Delivery::MayRepeat);
 
     // Queues a GET of url and waits for its reply in a local event loop that
     // keeps windows painting but holds back user input. The wait counts as
     // the user's work: background work does not start inside it.
-    QString Send(const QUrl &url, const QString &caFile);
+    QString Send(const QUrl &url, const QString &caFile,
+                 Transport::Delivery delivery = Transport::Delivery::MayRepeat);
+
+    // The exchanges finished so far. Each one's number, in the order the
+    // service answered, is this count as it stands while its reply is handed
+    // on (and, for Send, right after it returned): a later reply has a
+    // larger number.
+    quint64 Finished() const { return m_finished; }
 
     // No exchange in flight or waiting.
     bool IsIdle() const;
@@ -60,6 +70,7 @@ private:
         QString caFile;
         QPointer<QObject> context;
         Done done;
+        Transport::Delivery delivery;
     };
 
     void scheduleNext();
@@ -72,4 +83,5 @@ private:
     QTimer m_deadline;
     int m_deadlineMs = 60000;
     bool m_startScheduled = false;
+    quint64 m_finished = 0;
 };

@@ -85,14 +85,18 @@ QUrl RequestUrl(const QString &text)
     return QUrl::fromEncoded(encoded, QUrl::TolerantMode);
 }
 
-QNetworkReply *StartGet(const QUrl &url, const QString &caFile)
+QNetworkReply *StartGet(const QUrl &url, const QString &caFile, Delivery delivery)
 {
     if (!QCoreApplication::instance() || !url.isValid())
         return nullptr;
     QNetworkRequest request(url);
     if (url.scheme().compare(QLatin1String("https"), Qt::CaseInsensitive) == 0)
         request.setSslConfiguration(sslConfiguration(caFile));
-    return manager()->get(request);
+    if (delivery == Delivery::MayRepeat)
+        return manager()->get(request);
+    // The same GET on the wire; Qt takes a verb of the caller's as one whose
+    // repetition may do harm, and never sends it again by itself.
+    return manager()->sendCustomRequest(request, QByteArrayLiteral("GET"));
 }
 
 QString Body(QNetworkReply *reply)

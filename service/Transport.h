@@ -18,10 +18,18 @@ namespace Transport {
 // character itself, which means the same to any server).
 QUrl RequestUrl(const QString &text);
 
+// Whether the network layer may send a request again on its own. Qt sends a
+// GET again when the connection drops before the reply starts (a kept-alive
+// connection the server closed, a reset): harmless for a question, but a
+// record command the service may already have carried out would be carried
+// out twice. A command goes out once; whoever sent it decides what follows.
+enum class Delivery { MayRepeat, AtMostOnce };
+
 // Starts a GET of the URL; the caller owns the reply. HTTPS trusts the
 // system's CAs plus those in the PEM file caFile, when one is named. Null
 // without an application object or for an invalid URL.
-QNetworkReply *StartGet(const QUrl &url, const QString &caFile);
+QNetworkReply *StartGet(const QUrl &url, const QString &caFile,
+                        Delivery delivery = Delivery::MayRepeat);
 
 // The body of a finished reply; empty when the transfer failed (no
 // connection, aborted, TLS failure, HTTP error status).
