@@ -431,9 +431,19 @@ QString RegistryStore::ReadValue(int index) const
 
 void RegistryStore::WriteValue(const QString &name, const QVariant &data, ValueType type)
 {
-    if (!d->inside || name.isEmpty())
+    WriteValues({{name, data, type}});
+}
+
+void RegistryStore::WriteValues(const QList<Value> &values)
+{
+    if (!d->inside)
         throw RuntimeError::Of(ErrorNumber::InvalidArgument);
-    const QVariant stored = type == Number ? QVariant(toNumber(data)) : QVariant(data.toString());
+    for (const Value &value : values) {
+        if (value.name.isEmpty())
+            throw RuntimeError::Of(ErrorNumber::InvalidArgument);
+    }
+    if (values.isEmpty())
+        return;
 
     if (!d->iniFile.isEmpty()) {
         if (d->broken())
@@ -441,14 +451,19 @@ void RegistryStore::WriteValue(const QString &name, const QVariant &data, ValueT
         d->createFileIfMissing();
     }
 
-    const QString existing = d->actualKey(name);
-    d->settings->beginGroup(d->actualGroup());
-    // "AutoIps" replaces "AutoIPs": one value, whatever the letter case.
-    if (!existing.isEmpty())
-        d->settings->remove(existing);
-    d->settings->setValue(encodeName(name), stored);
-    d->settings->endGroup();
-    d->forget();
+    for (const Value &value : values) {
+        const QVariant stored =
+            value.type == Number ? QVariant(toNumber(value.data)) : QVariant(value.data.toString());
+        const QString existing = d->actualKey(value.name);
+        d->settings->beginGroup(d->actualGroup());
+        // "AutoIps" replaces "AutoIPs": one value, whatever the letter case.
+        if (!existing.isEmpty())
+            d->settings->remove(existing);
+        d->settings->setValue(encodeName(value.name), stored);
+        d->settings->endGroup();
+        d->forget();
+    }
+    // One sync: the file is replaced whole, once, with every value in it.
     d->settings->sync();
     if (d->settings->status() != QSettings::NoError)
         throw RuntimeError::Of(ErrorNumber::PermissionDenied);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QVariant>
 #include <memory>
@@ -31,6 +32,15 @@ public:
     QString ReadValue(int index) const;
     // Creates the key when needed and stores the value.
     void WriteValue(const QString &name, const QVariant &data, ValueType type);
+    // Stores several values of the key in one write of the store: a reader,
+    // or a program that ends at any moment, finds all of them or none.
+    struct Value
+    {
+        QString name;
+        QVariant data;
+        ValueType type;
+    };
+    void WriteValues(const QList<Value> &values);
 
     // Where the store lives: an INI file (--settings, tests), or the
     // platform's default when empty.
