@@ -9,6 +9,7 @@
 #include "LoginExchange.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
+#include "RuntimeError.h"
 #include "Seams.h"
 #include "TextRules.h"
 #include "Twips.h"
@@ -897,8 +898,17 @@ void frmMain::LoadFreeUserInfo()
         user.sRecordType = QStringLiteral("A");
 
         // The sub-domain points at the service's own server while the client
-        // is away; point it back at this machine.
-        LoginExchange::RepointFreeRecord(txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+        // is away; point it back at this machine, where the next start
+        // points it too.
+        const QString address = txtVeltrioIP->text();
+        if (LoginExchange::RepointFreeRecord(address, true, chkAutoIP->isChecked())) {
+            try {
+                m_engine->FreeRecordSet(address);
+            } catch (const std::exception &e) {
+                basErr::LogOnly(QStringLiteral("frmMain.LoadFreeUserInfo()"),
+                                RuntimeError::From(e));
+            }
+        }
         lblDomain->setText(user.sUsername + QLatin1Char('.') + user.sSubDomain);
     });
 }

@@ -151,8 +151,6 @@ public:
 
     // --- Grid (frmMain_grid.cpp) --------------------------------------------------------
     void FillDomainUserGrid();
-    // The AutoIP rows of the grid as an auto-IP list, stored in sAutoIPList.
-    void UpdateAutoIpList();
 
     // --- Editor (frmMain_editor.cpp) ------------------------------------------------------
     void LoadGridRecord();
@@ -163,6 +161,10 @@ public:
 
     // --- Submission (frmMain_submit.cpp) ------------------------------------------------------
     void ToggleShortcutCName(QCheckBox *chkShortcut, const QString &sName);
+    // One of the user's record commands (DNSTickler with its messages); when
+    // the service accepted it, the refresh's journal and saved marks follow.
+    bool SendUserCommand(const QString &domain, QString &host, const QString &command,
+                         const QString &recordType, const QString &address, bool bAutoIP);
 
     // --- Automatic refresh and tray (frmMain_refresh.cpp) -------------------------------
     void ShowUpTime();
@@ -173,14 +175,11 @@ public:
     QString RefreshRateText() const override;
     bool AutoIPTicked() const override;
     bool RowsOnHold() const override;
-    // Made from the rows the grid marks automatic; its version counts the
-    // grid's fills and sorts.
-    QList<AutoRefresh::GridRow> AutoRows() const override;
-    quint64 AutoRowsVersion() const override;
+    QString RecordList() const override;
+    QString FreeAddress() const override;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
-    void FreeRecordReplaced(const QString &address) override;
-    void ReloadRows() override;
+    void ShowResult(const CheckResult &result) override;
     void Report(const OutcomeText &text) override;
     void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
                             const RefreshRecords *records) override;
@@ -305,9 +304,6 @@ private:
     // to the service mode, or to another window that already sends them.
     Refresher m_refresher{Refresher::Role::Window};
     bool m_started = false;
-    // The grid shows every record of the last record list (no piece stopped
-    // the fill): only then may its automatic rows be saved.
-    bool m_gridComplete = true;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;
     // The second the session started (init) on the steady clock: the

@@ -58,19 +58,18 @@ void frmMain::SaveSettings()
                 basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
                                    txtVeltrioIP->text(), true, chkAutoIP->isChecked());
             }
-            store.WriteValue(QStringLiteral("IPAddress"), user.sIPAddress, RegistryStore::Text);
             const std::pair<const char *, QCheckBox *> boxes[] = {
                 {"bAutoIP", chkAutoIP}, {"bMX", chkMX},         {"bFTP", chkFTP},
                 {"bMail", chkMail},     {"bTelnet", chkTelnet}, {"bVNC", chkVNC},
                 {"bWWW", chkWWW},       {"bIRC", chkIRC},       {"bPCAW", chkPCAW}};
             for (const auto &[name, box] : boxes)
                 store.WriteValue(QLatin1String(name), checkValue(box), RegistryStore::Number);
-        } else if (m_gridComplete) {
-            // A grid that stopped at a bad piece lacks rows: its automatic
-            // list would drop their marks, so the saved one stays.
-            UpdateAutoIpList();
-            store.WriteValue(QStringLiteral("AutoIps"), Program::sAutoIPList, RegistryStore::Text);
         }
+        // The automatic marks ("AutoIps") and the free sub-domain's address
+        // ("IPAddress") are in the settings already: the refresh engine
+        // writes them as they change, together with its journal. Writing
+        // this window's copy here could undo a replace the engine has
+        // written and the window not shown yet.
 
         // The layout is the grid's (or the free panel's); the fixed sizes of
         // the other panels are never saved.

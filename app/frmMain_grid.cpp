@@ -137,17 +137,12 @@ public:
         }
     }
     const Row &row(int i) const { return m_rows[static_cast<size_t>(i)]; }
-    // Counts every change of the rows (a fill, an emptying, a sort): while
-    // it stands still, the rows and their order are the same.
-    quint64 version() const { return m_version; }
-
     void setHeaders(const QStringList &headers)
     {
         beginResetModel();
         m_headers = headers;
         m_rows.clear();
         m_text.clear();
-        ++m_version;
         endResetModel();
     }
 
@@ -160,7 +155,6 @@ public:
         m_rows.clear();
         m_rows.shrink_to_fit();
         m_text.clear();
-        ++m_version;
         endRemoveRows();
     }
     // The rows stand in text, which the model keeps.
@@ -173,7 +167,6 @@ public:
         beginInsertRows(QModelIndex(), 0, static_cast<int>(rows.size()) - 1);
         m_text = text;
         m_rows = std::move(rows);
-        ++m_version;
         if (sort)
             sortRows(sort->first, sort->second);
         endInsertRows();
@@ -200,7 +193,6 @@ public:
         for (const QModelIndex &index : before)
             positions.push_back(row(index.row()).position);
         sortRows(column, order);
-        ++m_version;
         std::unordered_map<int, int> rowAt;
         for (const int position : positions)
             rowAt.emplace(position, -1);
@@ -239,7 +231,6 @@ private:
     QString m_text;
     std::vector<Row> m_rows;
     QStringList m_headers;
-    quint64 m_version = 1; // 0 would tell the refresh that nothing is counted
 };
 
 namespace {
@@ -376,7 +367,6 @@ void frmMain::FillDomainUserGrid()
                 lvDomainUser->setCurrentIndex(m_grid->index(m_grid->rowOfPosition(selected), 0));
             m_filling = false;
         };
-        m_gridComplete = false;
         int oversized = 0;
         try {
             RecordList::ForEach(
@@ -394,9 +384,6 @@ void frmMain::FillDomainUserGrid()
             throw;
         }
         show();
-        // Records left out cannot keep their automatic marks through the
-        // grid: the saved list then stays as it is.
-        m_gridComplete = oversized == 0;
         if (oversized > 0)
             basErr::LogOnly(QStringLiteral("frmMain.FillDomainUserGrid()"),
                             RuntimeError(ErrorNumber::InvalidArgument,
@@ -448,26 +435,4 @@ void frmMain::SetSort(int key, bool descending, bool sorted)
     QHeaderView *header = lvDomainUser->header();
     header->setSortIndicatorShown(sorted);
     header->setSortIndicator(key, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
-}
-
-QList<AutoRefresh::GridRow> frmMain::AutoRows() const
-{
-    QList<AutoRefresh::GridRow> rows;
-    for (int i = 0; i < GridRowCount(); ++i) {
-        if (m_grid->row(i).autoIP)
-            rows.append(
-                {GridText(i, 0), GridText(i, 2), GridText(i, 1), GridText(i, 3), GridText(i, 4)});
-    }
-    return rows;
-}
-
-quint64 frmMain::AutoRowsVersion() const
-{
-    return m_grid->version();
-}
-
-void frmMain::UpdateAutoIpList()
-{
-    Trap(QStringLiteral("frmMain.UpdateAutoIpList()"),
-         [&] { Program::sAutoIPList = AutoRefresh::AutoIpList(AutoRows()); });
 }

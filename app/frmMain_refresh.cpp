@@ -82,15 +82,37 @@ void frmMain::ShowAddress(const QString &address)
     lblIPAddress->setText(address);
 }
 
-void frmMain::FreeRecordReplaced(const QString &address)
+QString frmMain::RecordList() const
 {
-    txtVeltrioIP->setText(address);
-    lblTimesIPChanged->setText(TextRules::Increment(lblTimesIPChanged->text()));
+    return User().sDomainUserRecords;
 }
 
-void frmMain::ReloadRows()
+QString frmMain::FreeAddress() const
 {
-    FillDomainUserGrid();
+    return User().sIPAddress;
+}
+
+void frmMain::ShowResult(const CheckResult &result)
+{
+    clsUser &user = User();
+    if (user.bVeltrioOnly) {
+        user.sIPAddress = result.freeAddress;
+        // The check replaced the record: the box shows the address it was
+        // set to, and the transaction counts.
+        if (result.freeRecordReplaced) {
+            txtVeltrioIP->setText(lblIPAddress->text());
+            lblTimesIPChanged->setText(TextRules::Increment(lblTimesIPChanged->text()));
+        }
+        return;
+    }
+    // A list of a reply the session has a later one of (a command of the
+    // user's answered after the check's) stays out.
+    if (result.records)
+        basDNS::TakeRecordList(*result.records, result.recordsSerial);
+    Program::sAutoIPList = result.autoIPList;
+    // The user works in another panel: the grid follows when it is shown.
+    if (!RowsOnHold())
+        FillDomainUserGrid();
 }
 
 void frmMain::Report(const OutcomeText &text)

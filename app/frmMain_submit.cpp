@@ -2,6 +2,7 @@
 // deletions to the service.
 #include "frmMain.h"
 
+#include "RuntimeError.h"
 #include "Seams.h"
 #include "TextRules.h"
 #include "basDNS.h"
@@ -13,6 +14,27 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QScopeGuard>
+
+bool frmMain::SendUserCommand(const QString &domain, QString &host, const QString &command,
+                              const QString &recordType, const QString &address, bool bAutoIP)
+{
+    const QString marksBefore = Program::sAutoIPList;
+    const bool ok = basDNS::DNSTickler(domain, host, command, recordType, address, true, bAutoIP);
+    if (!ok)
+        return false;
+    // The refresh's journal and saved marks follow the user's change at once.
+    const clsUser &user = User();
+    std::optional<QString> freeAddress;
+    if (user.bVeltrioOnly && command == basDNS::RecordAdd)
+        freeAddress = address;
+    try {
+        m_engine->RecordChangedByUser({domain, host, recordType, address}, marksBefore,
+                                      Program::sAutoIPList, freeAddress);
+    } catch (const std::exception &e) {
+        basErr::LogOnly(QStringLiteral("frmMain.SaveSettings()"), RuntimeError::From(e));
+    }
+    return true;
+}
 
 void frmMain::cmdServerIP_Click()
 {
@@ -33,8 +55,8 @@ void frmMain::cmdServerIP_Click()
     if (!sCurDomain.isEmpty() && changed) {
         QString host = sCurName;
         // The record as the service holds it: a relay's URL keeps its port.
-        basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType, sCurRecordValue,
-                           true, bCurAutoIP);
+        SendUserCommand(sCurDomain, host, basDNS::RecordDelete, sCurRecordType, sCurRecordValue,
+                        bCurAutoIP);
     }
     if (changed) {
         if (type.toUpper() == QLatin1String("PORT RELAY")) {
@@ -42,8 +64,8 @@ void frmMain::cmdServerIP_Click()
             txtServerIP->setText(basDNS::BuildRelayURL(target, txtPort->text()));
         }
         QString host = txtCName->text();
-        basDNS::DNSTickler(cboDomain->currentText(), host, basDNS::RecordAdd, type,
-                           txtServerIP->text(), true, chkDomainAutoIP->isChecked());
+        SendUserCommand(cboDomain->currentText(), host, basDNS::RecordAdd, type,
+                        txtServerIP->text(), chkDomainAutoIP->isChecked());
     }
     ShowFrame(QStringLiteral("Grid"));
     FillDomainUserGrid();
@@ -60,8 +82,8 @@ void frmMain::cmdVeltrioSetIP_Click()
         return;
     clsUser &user = User();
     QString host = user.sUsername;
-    basDNS::DNSTickler(user.sDomain, host, basDNS::RecordAdd, user.sRecordType,
-                       txtVeltrioIP->text(), true, chkAutoIP->isChecked());
+    SendUserCommand(user.sDomain, host, basDNS::RecordAdd, user.sRecordType, txtVeltrioIP->text(),
+                    chkAutoIP->isChecked());
     if (user.sIPAddress != lblIPAddress->text())
         lblTimesIPChanged->setText(TextRules::Increment(lblTimesIPChanged->text()));
     lblIPAddress->setText(user.sIPAddress);
@@ -104,8 +126,8 @@ void frmMain::cmdDeleteGrid_Click()
         LoadGridRecord();
         if (!sCurDomain.isEmpty()) {
             QString host = sCurName;
-            basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType,
-                               sCurServerAddress, true, bCurAutoIP);
+            SendUserCommand(sCurDomain, host, basDNS::RecordDelete, sCurRecordType,
+                            sCurServerAddress, bCurAutoIP);
         }
         FillDomainUserGrid();
     });

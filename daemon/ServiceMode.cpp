@@ -1,11 +1,10 @@
 #include "ServiceMode.h"
 
 #include "AdvancedSettings.h"
-#include "AutoIpMatcher.h"
 #include "LoginExchange.h"
-#include "RecordList.h"
 #include "RefreshStatus.h"
 #include "RegistryStore.h"
+#include "ReplacePlan.h"
 #include "RuntimeError.h"
 #include "basDNS.h"
 #include "basErr.h"
@@ -14,7 +13,6 @@
 #include <QCoreApplication>
 #include <cstdio>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -85,16 +83,23 @@ std::optional<int> ServiceMode::Start()
     if (user.bVeltrioOnly) {
         // The service points the free sub-domain at its own server while no
         // client runs; it points back at this machine now.
-        if (LoginExchange::RepointFreeRecord(user.sIPAddress, false, m_autoIP)) {
-            line(QStringLiteral("%1: %2 points at %3")
-                     .arg(account(), AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
-                          user.sIPAddress));
+        const QString name = AutoRefresh::RecordName(user.sUsername, user.sSubDomain);
+        const QString address = user.sIPAddress;
+        if (LoginExchange::RepointFreeRecord(address, false, m_autoIP)) {
+            line(QStringLiteral("%1: %2 points at %3").arg(account(), name, address));
+            try {
+                m_engine.FreeRecordSet(address);
+            } catch (const std::exception &e) {
+                const QString failure =
+                    QStringLiteral("%1: could not save %2's address: %3")
+                        .arg(account(), name, RuntimeError::From(e).description());
+                line(failure);
+                logFailure(failure);
+            }
         } else {
             m_failed = true;
             const QString failure =
-                QStringLiteral("%1: could not point %2 at %3")
-                    .arg(account(), AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
-                         user.sIPAddress);
+                QStringLiteral("%1: could not point %2 at %3").arg(account(), name, address);
             line(failure);
             logFailure(failure);
         }
@@ -118,11 +123,14 @@ std::optional<int> ServiceMode::Start()
         return std::nullopt;
     }
     m_tick.start();
-    const QString what = user.bVeltrioOnly
-                             ? QStringLiteral("%1, automatic %2")
-                                   .arg(AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
-                                        m_autoIP ? QStringLiteral("on") : QStringLiteral("off"))
-                             : QStringLiteral("%1 automatic record(s)").arg(AutoRows().size());
+    const QString what =
+        user.bVeltrioOnly
+            ? QStringLiteral("%1, automatic %2")
+                  .arg(AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
+                       m_autoIP ? QStringLiteral("on") : QStringLiteral("off"))
+            : QStringLiteral("%1 automatic record(s)")
+                  .arg(ReplacePlan::AutomaticRows(user.sDomainUserRecords, Program::sAutoIPList)
+                           .size());
     line(QStringLiteral("%1: refreshing %2, every %3 s").arg(account(), what, m_rate));
     return std::nullopt;
 }
@@ -182,10 +190,8 @@ void ServiceMode::loadSettings()
     RegistryStore section;
     section.SetKey(accountKey());
     m_autoIP = section.ReadValue(QStringLiteral("bAutoIP")) == QLatin1String("1");
-    if (!user.bVeltrioOnly) {
+    if (!user.bVeltrioOnly)
         Program::sAutoIPList = section.ReadValue(QStringLiteral("AutoIPs"));
-        m_savedAutoIPList = Program::sAutoIPList;
-    }
 }
 
 void ServiceMode::printAutomaticRecords()
@@ -198,7 +204,8 @@ void ServiceMode::printAutomaticRecords()
         return;
     }
     bool complete = true;
-    const QList<AutoRefresh::GridRow> rows = autoRows(&complete);
+    const QList<AutoRefresh::GridRow> rows =
+        ReplacePlan::AutomaticRows(user.sDomainUserRecords, Program::sAutoIPList, &complete);
     for (const AutoRefresh::GridRow &row : rows)
         std::printf("%s %s %s\n", qPrintable(AutoRefresh::RecordName(row.host, row.domain)),
                     qPrintable(row.recordType), qPrintable(row.value));
@@ -209,42 +216,14 @@ void ServiceMode::printAutomaticRecords()
     line(QStringLiteral("%1: %2 automatic record(s)").arg(account()).arg(rows.size()));
 }
 
-QList<AutoRefresh::GridRow> ServiceMode::AutoRows() const
+QString ServiceMode::RecordList() const
 {
-    return autoRows(nullptr);
+    return User().sDomainUserRecords;
 }
 
-QList<AutoRefresh::GridRow> ServiceMode::autoRows(bool *complete) const
+QString ServiceMode::FreeAddress() const
 {
-    const QString records = User().sDomainUserRecords;
-    std::vector<RecordList::FieldViews> fields;
-    bool whole = true;
-    try {
-        RecordList::ForEach(records, [&](int, QStringView, const RecordList::FieldViews &f) {
-            if (RecordList::WithinLimits(f[0], f[1], f[2], f[3]))
-                fields.push_back(f);
-            else
-                whole = false;
-        });
-    } catch (const std::exception &) {
-        // A piece that is no record ends the list; the records before it
-        // are refreshed.
-        whole = false;
-    }
-    if (complete)
-        *complete = whole;
-    const std::vector<bool> marks =
-        AutoRefresh::AutoIpMatcher(Program::sAutoIPList.toUpper()).match(fields);
-    QList<AutoRefresh::GridRow> rows;
-    for (size_t i = 0; i < fields.size(); ++i) {
-        if (!marks[i])
-            continue;
-        const RecordList::FieldViews &f = fields[i];
-        const QString host = f[2] == QLatin1String("@") ? QString() : f[2].toString();
-        rows.append(
-            {f[0].toString(), host, f[1].toString(), f[3].toString(), QStringLiteral("Yes")});
-    }
-    return rows;
+    return User().sIPAddress;
 }
 
 void ServiceMode::ShowCheckTime(const QString &caption)
@@ -262,36 +241,17 @@ void ServiceMode::ShowAddress(const QString &address)
     line(QStringLiteral("%1: public address %2").arg(account(), address));
 }
 
-void ServiceMode::FreeRecordReplaced(const QString &address)
+void ServiceMode::ShowResult(const CheckResult &result)
 {
-    // Where the next start points the sub-domain.
-    RegistryStore section;
-    section.SetKey(accountKey());
-    section.WriteValue(QStringLiteral("IPAddress"), address, RegistryStore::Text);
-}
-
-void ServiceMode::ReloadRows()
-{
-    saveAutoIPList();
-}
-
-void ServiceMode::saveAutoIPList()
-{
-    // Only a record command changes the automatic list: a check that sent
-    // none has nothing to save.
-    if (Program::sAutoIPList == m_savedAutoIPList)
-        return;
-    // The automatic list holds each record's address: after a replace it
-    // names the new one. A list read only in part would drop the marks of
-    // the records left out, so the saved one then stays.
-    bool complete = true;
-    const QString list = AutoRefresh::AutoIpList(autoRows(&complete));
-    if (!complete)
-        return;
-    RegistryStore section;
-    section.SetKey(accountKey());
-    section.WriteValue(QStringLiteral("AutoIps"), list, RegistryStore::Text);
-    m_savedAutoIPList = Program::sAutoIPList;
+    // The settings have it already (the engine writes them); this is what
+    // the next start line and --check read.
+    clsUser &user = User();
+    if (result.records)
+        user.sDomainUserRecords = *result.records;
+    if (user.bVeltrioOnly)
+        user.sIPAddress = result.freeAddress;
+    else
+        Program::sAutoIPList = result.autoIPList;
 }
 
 void ServiceMode::Report(const OutcomeText &text)

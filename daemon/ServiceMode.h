@@ -47,11 +47,11 @@ public:
     QString RefreshRateText() const override { return m_rate; }
     bool AutoIPTicked() const override { return m_autoIP; }
     bool RowsOnHold() const override { return false; }
-    QList<AutoRefresh::GridRow> AutoRows() const override;
+    QString RecordList() const override;
+    QString FreeAddress() const override;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
-    void FreeRecordReplaced(const QString &address) override;
-    void ReloadRows() override;
+    void ShowResult(const CheckResult &result) override;
     void Report(const OutcomeText &text) override;
     void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
                             const RefreshRecords *records) override;
@@ -71,9 +71,6 @@ private:
     QString withoutPassword(QString text) const;
     void logFailure(const QString &text) const;
     QString account() const;
-    // The automatic rows, and whether the record list was read to its end.
-    QList<AutoRefresh::GridRow> autoRows(bool *complete) const;
-    void saveAutoIPList();
 
     Mode m_mode;
     RefreshEngine m_engine;
@@ -82,8 +79,6 @@ private:
     QString m_savedUser;
     QString m_savedPassword;
     QString m_rate;
-    // The automatic list as the settings hold it.
-    QString m_savedAutoIPList;
     bool m_autoIP = false;
     bool m_started = false;
     bool m_stopping = false;

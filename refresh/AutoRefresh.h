@@ -41,6 +41,8 @@ struct RecordArgs
     QString host;
     QString recordType;
     QString address;
+
+    friend bool operator==(const RecordArgs &, const RecordArgs &) = default;
 };
 
 // Bringing one automatic row to a new address: the old record is removed,

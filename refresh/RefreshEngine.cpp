@@ -2,17 +2,32 @@
 
 #include "DateRules.h"
 #include "Foreground.h"
-#include "PendingAdds.h"
 #include "Refresher.h"
+#include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
-#include "basDNS.h"
 #include "basErr.h"
 #include "clsUser.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
+
+namespace {
+
+const QString kLogLabel = QStringLiteral("frmMain.UpdateDomainAutoIPs()");
+
+QString recordName(const AutoRefresh::RecordArgs &record)
+{
+    return AutoRefresh::RecordName(AutoRefresh::HostToSend(record.host), record.domain);
+}
+
+// The same text, answered without reading it when it is the very same string.
+bool same(const QString &a, const QString &b)
+{
+    return (a.constData() == b.constData() && a.size() == b.size()) || a == b;
+}
+
+} // namespace
 
 OutcomeText Describe(const RefreshOutcome &outcome)
 {
@@ -42,21 +57,54 @@ OutcomeText Describe(const RefreshOutcome &outcome)
                                 : QStringLiteral("Updated %1 records").arg(set);
     if (!text.failures.isEmpty())
         text.summary = QStringLiteral("%1 failed, see the log").arg(text.failures.size());
-    for (const AutoRefresh::RecordArgs &add : outcome.pending)
-        text.lines.append(QStringLiteral("Still to add, at every check: ") +
-                          name(add.host, add.domain) + QStringLiteral(" ") + add.address);
-    if (!outcome.pending.isEmpty())
-        text.summary =
-            QStringLiteral("Pending: ") + name(outcome.pending[0].host, outcome.pending[0].domain);
+    for (const AutoRefresh::RecordArgs &add : outcome.pendingAdds)
+        text.lines.append(QStringLiteral("Still to add, at every check: ") + recordName(add) +
+                          QStringLiteral(" ") + add.address);
+    for (const AutoRefresh::RecordArgs &remove : outcome.pendingRemoves)
+        text.lines.append(QStringLiteral("Still to remove, at every check: ") + recordName(remove) +
+                          QStringLiteral(" ") + remove.address);
+    const QList<AutoRefresh::RecordArgs> &pending =
+        outcome.pendingAdds.isEmpty() ? outcome.pendingRemoves : outcome.pendingAdds;
+    if (!pending.isEmpty())
+        text.summary = QStringLiteral("Pending: ") + recordName(pending[0]);
+    if (!outcome.journalError.isEmpty()) {
+        const QString failure =
+            QStringLiteral("The settings could not be written, so no record was changed: ") +
+            outcome.journalError;
+        text.lines.append(failure);
+        text.failures.append(failure);
+        text.summary = QStringLiteral("Settings not writable, see the log");
+    }
     if (!outcome.rejectedAddress.isNull()) {
         text.summary = QStringLiteral("Bad address reply ignored");
         text.lines.append(QStringLiteral("The service's address reply was no IPv4 address; the "
                                          "records were left alone."));
     }
     text.problem =
-        !text.failures.isEmpty() || !outcome.pending.isEmpty() || !outcome.rejectedAddress.isNull();
+        !text.failures.isEmpty() || !pending.isEmpty() || !outcome.rejectedAddress.isNull();
     return text;
 }
+
+// One check under way: what it read once, and what its replies said.
+struct RefreshEngine::Check
+{
+    quint64 generation = 0;
+    QString account;
+    bool free = false;
+    bool autoIP = false;
+    QString ip;
+    // The record list the check went by, and whether it came with the
+    // address reply (else it is the host's, older).
+    QString records;
+    bool fresh = false;
+    quint64 recordsSerial = 0;
+    // The newest list the record commands' replies brought.
+    std::optional<QString> latest;
+    quint64 latestSerial = 0;
+    qsizetype waiting = 0;
+    AccountState state;
+    RefreshOutcome outcome;
+};
 
 RefreshEngine::RefreshEngine(RefreshPort &port, QObject *parent) : QObject(parent), m_port(port) {}
 
@@ -66,8 +114,9 @@ void RefreshEngine::Start()
         m_refresher->Open(User().sUsername);
     m_status = {};
     m_written = {};
+    m_shown = {};
     m_recordsSeen = -1;
-    m_rowsAtAddress = 0;
+    m_quiet.reset();
     m_active = true;
     startIfDue();
 }
@@ -78,7 +127,7 @@ void RefreshEngine::Stop()
     m_due = false;
     m_running = false;
     m_waitingForIdle = false;
-    m_rowsAtAddress = 0;
+    m_quiet.reset();
     ++m_generation;
     if (m_refresher)
         m_refresher->Close();
@@ -111,6 +160,40 @@ void RefreshEngine::CheckNow()
     startIfDue();
 }
 
+bool RefreshEngine::refreshedElsewhere() const
+{
+    return m_refresher && !m_refresher->Account().isEmpty() &&
+           (m_refresher->RefreshedBy() != Refresher::Other::Nobody ||
+            (m_refresher->KeepsLock() && Refresher::ServiceModeRuns(m_refresher->Account())));
+}
+
+void RefreshEngine::RecordChangedByUser(const AutoRefresh::RecordArgs &record,
+                                        const QString &marksBefore, const QString &marksAfter,
+                                        const std::optional<QString> &freeAddress)
+{
+    const QString account = User().sUsername;
+    const AccountState before = ReplaceJournal::Load(account);
+    AccountState after = before;
+    after.replaces.removeIf([&record](const Replace &r) {
+        return (r.HasOld() && ReplaceJournal::SameName(r.old, record)) ||
+               ReplaceJournal::SameName(r.now, record);
+    });
+    after.autoIPList = ReplaceJournal::MarksWithChanges(before.autoIPList, marksBefore, marksAfter);
+    if (freeAddress)
+        after.freeAddress = *freeAddress;
+    m_quiet.reset();
+    ReplaceJournal::Save(account, before, after);
+}
+
+void RefreshEngine::FreeRecordSet(const QString &address)
+{
+    const QString account = User().sUsername;
+    const AccountState before = ReplaceJournal::Load(account);
+    AccountState after = before;
+    after.freeAddress = address;
+    ReplaceJournal::Save(account, before, after);
+}
+
 void RefreshEngine::showElsewhere()
 {
     const QString account = m_refresher->Account();
@@ -139,17 +222,15 @@ void RefreshEngine::report(const RefreshOutcome &outcome)
 void RefreshEngine::writeStatus()
 {
     const QString account = m_refresher->Account();
-    m_status.ipAddress = User().sIPAddress;
+    m_status.ipAddress = m_shown.freeAddress;
     m_status.Write(account);
     // The record list is written only when it changed: a check that finds
     // nothing to do leaves it alone.
-    const auto same = [](const QString &a, const QString &b) {
-        return (a.constData() == b.constData() && a.size() == b.size()) || a == b;
-    };
-    const QString &records = User().sDomainUserRecords;
-    if (m_recordsSeen < 0 || !same(records, m_written.records) ||
-        !same(Program::sAutoIPList, m_written.autoIPList)) {
-        m_written = {records, Program::sAutoIPList};
+    if (!m_shown.records)
+        return;
+    if (m_recordsSeen < 0 || !same(*m_shown.records, m_written.records) ||
+        !same(m_shown.autoIPList, m_written.autoIPList)) {
+        m_written = {*m_shown.records, m_shown.autoIPList};
         if (m_written.Write(account))
             m_recordsSeen = RefreshRecords::Stamp(account);
     }
@@ -188,7 +269,7 @@ void RefreshEngine::whenIdle(std::function<void()> fn)
         try {
             fn();
         } catch (const std::exception &e) {
-            basErr::LogOnly(QStringLiteral("frmMain.UpdateDomainAutoIPs()"), RuntimeError::From(e));
+            basErr::LogOnly(kLogLabel, RuntimeError::From(e));
             if (m_running)
                 finish();
         }
@@ -199,19 +280,25 @@ void RefreshEngine::runCheck()
 {
     m_status.checkTime = DateRules::FormatCheckTime(Seams::Now());
     m_port.ShowCheckTime(m_status.checkTime);
-    if (!AutoRefresh::ShouldAskService(m_port.AutoIPTicked(), User().bVeltrioOnly)) {
+    const clsUser &user = User();
+    if (!AutoRefresh::ShouldAskService(m_port.AutoIPTicked(), user.bVeltrioOnly)) {
         finish();
         return;
     }
-    const quint64 generation = m_generation;
-    basDNS::PostGetIPAddress(this, [this, generation](const QString &ip) {
-        if (generation == m_generation)
-            whenIdle([this, ip] { addressKnown(ip); });
+    auto check = std::make_shared<Check>();
+    check->generation = m_generation;
+    check->account = user.sUsername;
+    check->free = user.bVeltrioOnly;
+    basDNS::PostAddressQuery(this, [this, check](const basDNS::AddressReply &reply) {
+        if (check->generation == m_generation)
+            whenIdle([this, check, reply] { addressKnown(check, reply); });
     });
 }
 
-void RefreshEngine::addressKnown(const QString &ip)
+void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
+                                 const basDNS::AddressReply &reply)
 {
+    const QString &ip = reply.address;
     // No answer, or a failed one: the records stay as they are.
     if (ip.isEmpty()) {
         finish();
@@ -233,125 +320,170 @@ void RefreshEngine::addressKnown(const QString &ip)
     }
     m_status.address = ip;
     m_port.ShowAddress(ip);
-    const clsUser &user = User();
-    if (user.bVeltrioOnly) {
-        if (ip == user.sIPAddress) {
-            finish();
-            return;
-        }
-        // The service replaces a record by removing the old one and setting
-        // the new one.
-        const AutoRefresh::RecordArgs old{user.sSubDomain, user.sUsername, user.sRecordType,
-                                          user.sIPAddress};
-        AutoRefresh::RecordArgs now = old;
-        now.address = ip;
-        send({}, {{old, now}}, m_port.AutoIPTicked(), ip, false);
+
+    // The check's inputs, read once.
+    Check &c = *check;
+    c.ip = ip;
+    c.outcome.address = ip;
+    c.autoIP = m_port.AutoIPTicked();
+    c.fresh = reply.records.has_value();
+    c.records = c.fresh ? *reply.records : m_port.RecordList();
+    c.recordsSerial = reply.serial;
+    const bool onHold = !c.free && m_port.RowsOnHold();
+    const AccountState stored = ReplaceJournal::Load(c.account);
+    c.state = stored;
+    if (c.free && c.state.freeAddress.isEmpty())
+        c.state.freeAddress = m_port.FreeAddress();
+
+    // Nothing changed since a check that found nothing to do.
+    if (m_quiet && c.state.replaces.isEmpty() && same(m_quiet->records, c.records) &&
+        same(m_quiet->autoIPList, c.state.autoIPList) && m_quiet->ip == ip && !onHold) {
+        show(check);
         return;
     }
-    // Adds still owed from before; one the service lists by now is done.
-    const QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user.sUsername);
-    QList<AutoRefresh::RecordArgs> retries;
-    for (const AutoRefresh::RecordArgs &add : owed) {
-        if (!PendingAdds::Listed(add, user.sDomainUserRecords))
-            retries.append(add);
-    }
-    if (retries.size() != owed.size())
-        PendingAdds::Write(user.sUsername, retries);
-    // The user is at work in another panel; the next due check does the rows.
-    const bool onHold = m_port.RowsOnHold();
-    QList<AutoRefresh::Resend> replaces;
-    // Rows that were all at this address at the last check, and have not
-    // changed since, have nothing to send: they are not read again.
-    const quint64 rows = m_port.AutoRowsVersion();
-    if (!onHold && (rows == 0 || rows != m_rowsAtAddress || ip != m_rowsAddress)) {
-        for (const AutoRefresh::GridRow &row : m_port.AutoRows()) {
-            if (const auto resend = AutoRefresh::ResendForRow(row, ip))
-                replaces.append(*resend);
+
+    // What the journal owes, as the service's list has it now.
+    const std::optional<ReplacePlan::Listed> listed =
+        c.fresh ? std::optional(ReplacePlan::Listed(c.records)) : std::nullopt;
+    if (listed)
+        ReplacePlan::Reconcile(c.state, *listed, ip, c.free);
+    // What the automatic records need beside it.
+    QList<Replace> replaces;
+    if (c.free) {
+        if (c.state.replaces.isEmpty() && ip != c.state.freeAddress) {
+            const AutoRefresh::RecordArgs record{User().sSubDomain, User().sUsername,
+                                                 User().sRecordType, c.state.freeAddress};
+            AutoRefresh::RecordArgs now = record;
+            now.address = ip;
+            replaces.append({c.state.freeAddress.isEmpty() ? AutoRefresh::RecordArgs() : record,
+                             now, c.autoIP});
         }
-        m_rowsAtAddress = replaces.isEmpty() ? rows : 0;
-        m_rowsAddress = ip;
+    } else if (!onHold) {
+        replaces = ReplacePlan::ForRows(ReplacePlan::AutomaticRows(c.records, c.state.autoIPList),
+                                        ip, c.state.replaces);
     }
-    send(retries, replaces, true, ip, !onHold);
+    c.state.replaces += replaces;
+    // Without a fresh list, what the journal owes waits for one.
+    const QList<ReplacePlan::Request> requests =
+        listed ? ReplacePlan::Requests(c.state.replaces, &*listed)
+               : ReplacePlan::Requests(replaces, nullptr);
+
+    if (requests.isEmpty() && c.state.replaces.isEmpty() && !onHold)
+        m_quiet = Quiet{c.records, c.state.autoIPList, ip};
+    else
+        m_quiet.reset();
+
+    // Written ahead: every replace the check sends is in the settings before
+    // its first request goes out. Settings that cannot be written stop it.
+    try {
+        ReplaceJournal::Save(c.account, stored, c.state);
+    } catch (const std::exception &e) {
+        c.outcome.journalError = RuntimeError::From(e).description() + QStringLiteral(" (") +
+                                 (RegistryStore::File().isEmpty() ? QStringLiteral("the registry")
+                                                                  : RegistryStore::File()) +
+                                 QStringLiteral(")");
+        basErr::LogOnly(kLogLabel, RuntimeError::From(e));
+        m_quiet.reset();
+        report(c.outcome);
+        finish();
+        return;
+    }
+    if (requests.isEmpty()) {
+        noteOwed(c, listed ? &*listed : nullptr);
+        show(check);
+        return;
+    }
+    send(check, requests);
 }
 
-void RefreshEngine::send(const QList<AutoRefresh::RecordArgs> &retries,
-                         const QList<AutoRefresh::Resend> &replaces, bool autoIP, const QString &ip,
-                         bool reloadRows)
+void RefreshEngine::send(const std::shared_ptr<Check> &check,
+                         const QList<ReplacePlan::Request> &requests)
 {
-    const QString user = User().sUsername;
-    const bool journal = !User().bVeltrioOnly;
-    auto outcome = std::make_shared<RefreshOutcome>();
-    outcome->address = ip;
-    const auto done = [this, outcome, journal, reloadRows, user, ip] {
-        if (journal)
-            outcome->pending = PendingAdds::Read(user);
-        if (!journal)
-            m_port.FreeRecordReplaced(ip);
-        else if (reloadRows)
-            m_port.ReloadRows();
-        if (!outcome->commands.isEmpty() || !outcome->pending.isEmpty())
-            report(*outcome);
-        finish();
-    };
-    QList<std::pair<AutoRefresh::RecordArgs, QString>> commands;
-    for (const AutoRefresh::RecordArgs &add : retries)
-        commands.append({add, basDNS::RecordAdd});
-    for (const AutoRefresh::Resend &resend : replaces)
-        commands.append({{resend.remove, basDNS::RecordDelete}, {resend.add, basDNS::RecordAdd}});
-    if (commands.isEmpty()) {
-        done();
-        return;
-    }
-    // The adds are owed from before their deletes go out.
-    if (journal && !replaces.isEmpty()) {
-        QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user);
-        for (const AutoRefresh::Resend &resend : replaces) {
-            if (std::none_of(owed.cbegin(), owed.cend(),
-                             [&](const auto &a) { return PendingAdds::Same(a, resend.add); }))
-                owed.append(resend.add);
-        }
-        PendingAdds::Write(user, owed);
-    }
-
-    auto waiting = std::make_shared<qsizetype>(commands.size());
-    const quint64 generation = m_generation;
+    check->waiting = requests.size();
     // All of them are queued now, each delete right before its add: no
     // request of the user's comes between them.
-    for (const auto &[args, command] : commands) {
-        const QString host = args.host.isEmpty() ? QStringLiteral("@") : args.host;
-        const qsizetype index = outcome->commands.size();
-        outcome->commands.append(
-            {command, args.domain, host, args.recordType, args.address, false, QString()});
-        basDNS::PostRequest(
-            basDNS::TicklerQuery(args.domain, host, command, args.recordType, args.address), this,
-            [=, this](const QString &reply) {
-                // The reply reaches the session at once, in the order the
-                // service answered.
-                RefreshCommand &sent = outcome->commands[index];
-                try {
-                    sent.ok = basDNS::ApplyTicklerReply(reply, sent.domain, sent.host, sent.command,
-                                                        sent.recordType, sent.address, autoIP);
-                    if (!sent.ok)
-                        sent.error = reply.isEmpty()
-                                         ? QStringLiteral("no answer from the service")
-                                         : basDNS::GetReplyValue(reply, QStringLiteral("Error:"));
-                } catch (const std::exception &e) {
-                    basErr::LogOnly(QStringLiteral("basDNS.DNSTickler()"), RuntimeError::From(e));
-                    sent.error = RuntimeError::From(e).description();
-                }
-                if (journal && sent.ok && sent.command == basDNS::RecordAdd) {
-                    QList<AutoRefresh::RecordArgs> owed = PendingAdds::Read(user);
-                    owed.removeIf([&](const auto &a) {
-                        return PendingAdds::Same(
-                            a, {sent.domain, sent.host, sent.recordType, sent.address});
-                    });
-                    PendingAdds::Write(user, owed);
-                }
-                if (--*waiting > 0 || generation != m_generation)
-                    return;
-                whenIdle(done);
-            });
+    for (const ReplacePlan::Request &request : requests) {
+        const AutoRefresh::RecordArgs &r = request.record;
+        const QString host = AutoRefresh::HostToSend(r.host);
+        const qsizetype index = check->outcome.commands.size();
+        check->outcome.commands.append(
+            {request.command, r.domain, host, r.recordType, r.address, false, QString()});
+        basDNS::PostTickler(r.domain, host, request.command, r.recordType, r.address, this,
+                            [this, check, index](const basDNS::CommandReply &reply) {
+                                RefreshCommand &sent = check->outcome.commands[index];
+                                sent.ok = reply.ok;
+                                sent.error = reply.error;
+                                // Replies come in the order the service
+                                // answered: the last list is the newest.
+                                if (reply.records) {
+                                    check->latest = reply.records;
+                                    check->latestSerial = reply.serial;
+                                }
+                                if (--check->waiting == 0)
+                                    settle(check);
+                            });
     }
+}
+
+void RefreshEngine::settle(const std::shared_ptr<Check> &check)
+{
+    Check &c = *check;
+    // The settings as they are now (the user may have changed a record
+    // meanwhile), brought up to date with the newest list.
+    try {
+        const AccountState stored = ReplaceJournal::Load(c.account);
+        c.state = stored;
+        if (c.latest)
+            ReplacePlan::Reconcile(c.state, ReplacePlan::Listed(*c.latest), c.ip, c.free);
+        ReplaceJournal::Save(c.account, stored, c.state);
+    } catch (const std::exception &e) {
+        // The journal written ahead still holds every replace: the next
+        // check finds them.
+        basErr::LogOnly(kLogLabel, RuntimeError::From(e));
+    }
+    // What is still owed, and a delete the list no longer holds is done.
+    const std::optional<ReplacePlan::Listed> listed =
+        c.latest ? std::optional(ReplacePlan::Listed(*c.latest)) : std::nullopt;
+    for (RefreshCommand &command : c.outcome.commands) {
+        if (!command.ok && listed && command.command == basDNS::RecordDelete &&
+            !listed->Has({command.domain, command.host, command.recordType, command.address}))
+            command.ok = true;
+    }
+    noteOwed(c, listed ? &*listed : nullptr);
+    if (c.latest) {
+        c.records = *c.latest;
+        c.recordsSerial = c.latestSerial;
+        c.fresh = true;
+    }
+    if (check->generation == m_generation)
+        whenIdle([this, check] { show(check); });
+}
+
+void RefreshEngine::noteOwed(Check &check, const ReplacePlan::Listed *listed)
+{
+    for (const ReplacePlan::Request &owed : ReplacePlan::Requests(check.state.replaces, listed))
+        (owed.command == basDNS::RecordAdd ? check.outcome.pendingAdds
+                                           : check.outcome.pendingRemoves)
+            .append(owed.record);
+}
+
+void RefreshEngine::show(const std::shared_ptr<Check> &check)
+{
+    const Check &c = *check;
+    CheckResult result;
+    if (c.fresh) {
+        result.records = c.records;
+        result.recordsSerial = c.recordsSerial;
+    }
+    result.autoIPList = c.state.autoIPList;
+    result.freeAddress = c.state.freeAddress;
+    result.freeRecordReplaced = c.free && !c.outcome.commands.isEmpty();
+    m_shown = result;
+    m_port.ShowResult(result);
+    if (!c.outcome.commands.isEmpty() || !c.outcome.pendingAdds.isEmpty() ||
+        !c.outcome.pendingRemoves.isEmpty())
+        report(c.outcome);
+    finish();
 }
 
 void RefreshEngine::finish()

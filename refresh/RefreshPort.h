@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 struct RefreshStatus;
 struct RefreshRecords;
@@ -22,18 +23,22 @@ struct RefreshCommand
 };
 
 // What one check that had something to say did: the public address it found,
-// the commands it sent in the order they were sent, the adds still owed after
-// it, or an address reply it would not act on.
+// the commands it sent in the order they were sent, what is still owed after
+// it (records to add, records to remove), a journal it could not write, or
+// an address reply it would not act on.
 struct RefreshOutcome
 {
     QString address;
     QList<RefreshCommand> commands;
-    QList<AutoRefresh::RecordArgs> pending;
+    QList<AutoRefresh::RecordArgs> pendingAdds;
+    QList<AutoRefresh::RecordArgs> pendingRemoves;
+    QString journalError;
     QString rejectedAddress;
 };
 
 // How an outcome reads: a summary line for a status panel, a line per record
-// command, failure and owed add, and the failures on their own for the log.
+// command, failure and owed request, and the failures on their own for the
+// log.
 struct OutcomeText
 {
     QString summary;
@@ -43,6 +48,21 @@ struct OutcomeText
 };
 OutcomeText Describe(const RefreshOutcome &outcome);
 
+// What a check that learnt the public address hands its host, as values: the
+// newest record list its replies brought (with the number of the exchange
+// that brought it: a host keeps a list of a later exchange it already has),
+// the account's automatic marks and the free sub-domain's address as the
+// settings now hold them, and whether it replaced the free sub-domain's
+// record.
+struct CheckResult
+{
+    std::optional<QString> records;
+    quint64 recordsSerial = 0;
+    QString autoIPList;
+    QString freeAddress;
+    bool freeRecordReplaced = false;
+};
+
 // What the refresh engine needs from its host (the main window, or the
 // service mode) and what it hands back. The engine calls it only while no
 // user's work is in progress (see Foreground).
@@ -51,29 +71,27 @@ class RefreshPort
 public:
     virtual ~RefreshPort() = default;
 
-    // --- read by a tick -------------------------------------------------------
-    // The refresh rate in seconds, as its text.
+    // --- read by a check, once --------------------------------------------------
+    // The refresh rate in seconds, as its text (read at every tick).
     virtual QString RefreshRateText() const = 0;
     // The free sub-domain's automatic box.
     virtual bool AutoIPTicked() const = 0;
     // The rows must be left alone for now: the user works in another panel.
     virtual bool RowsOnHold() const = 0;
-    // The account's automatic records (AutoIP cell "YES") in display order.
-    virtual QList<AutoRefresh::GridRow> AutoRows() const = 0;
-    // A number that changes whenever AutoRows() may give other rows, or
-    // rows in another order; 0 when the host does not keep count (the rows
-    // are then read at every check).
-    virtual quint64 AutoRowsVersion() const { return 0; }
+    // The record list the host shows: what a check goes by when the
+    // service's address reply carries none.
+    virtual QString RecordList() const = 0;
+    // Where the free sub-domain points as the host knows it: what a check
+    // goes by when the settings hold no address yet.
+    virtual QString FreeAddress() const = 0;
 
     // --- written by a check -----------------------------------------------------
     // The time of the check that starts, "m/d/yy h:nn:ss am/pm".
     virtual void ShowCheckTime(const QString &caption) = 0;
     // The public address the service reported.
     virtual void ShowAddress(const QString &address) = 0;
-    // The free sub-domain was replaced with the new address.
-    virtual void FreeRecordReplaced(const QString &address) = 0;
-    // The records changed at the service: show the session's record list.
-    virtual void ReloadRows() = 0;
+    // What the check leaves: the records, the marks, the free address.
+    virtual void ShowResult(const CheckResult &result) = 0;
     // What a check that sent commands did, as Describe() words it.
     virtual void Report(const OutcomeText &text) = 0;
 

@@ -64,6 +64,9 @@ Outcome Run(const QString &userName, const QString &password)
     user.sPassword = TextRules::Trim(password);
     user.sIPAddress = value("IPAddress:");
     user.sDomainUserRecords = value("DomainUserRecords:");
+    // A reply without the list leaves the session with none it knows of:
+    // nothing may take the marks from an empty grid then.
+    basDNS::RecordListFromLogin(reply.contains(QLatin1String("DomainUserRecords:")));
     user.sUserLevel = value("UserLevel:");
 
     // An expiration date that is no date never stops the login.
@@ -73,7 +76,7 @@ Outcome Run(const QString &userName, const QString &password)
     return Outcome::Success;
 }
 
-bool RepointFreeRecord(const QString &address, bool bShowMessages, bool bAutoIP)
+bool RepointFreeRecord(QString address, bool bShowMessages, bool bAutoIP)
 {
     const clsUser &user = User();
     QString host = user.sUsername;

@@ -32,6 +32,8 @@ Outcome Run(const QString &user, const QString &password);
 // server; that record is removed and one for address set (with the AutoIP
 // flag bAutoIP), the session's sub-domain, user name and record type
 // naming it. True when the service accepted the new record.
-bool RepointFreeRecord(const QString &address, bool bShowMessages, bool bAutoIP);
+// The address is taken as it stands at the call: the delete's reply sets the
+// session's sIPAddress, which a caller may well have passed.
+bool RepointFreeRecord(QString address, bool bShowMessages, bool bAutoIP);
 
 } // namespace LoginExchange

@@ -43,17 +43,28 @@ std::optional<QStringView> replyValue(const QString &reply, const QString &label
     return TextRules::Trim(QStringView(reply).sliced(begin, end - begin));
 }
 
+// The exchange whose reply gave the session its list; 0: none has.
+quint64 g_recordListSerial = 0;
+
+// Puts the list into the session. A list equal to the one the session holds,
+// as most replies bring, is not copied again.
+void putRecordList(QStringView list, quint64 serial)
+{
+    QString &records = User().sDomainUserRecords;
+    if (records.isNull() || list != QStringView(records))
+        records = list.toString();
+    g_recordListSerial = serial;
+}
+
 // A reply that lacks the record list leaves the session's list as it was: a
-// value is taken only when its label is present. A list equal to the one the
-// session holds, as most replies bring, is not copied again.
-void takeRecordList(const QString &reply)
+// value is taken only when its label is present. Whether it had one.
+bool takeRecordList(const QString &reply)
 {
     const std::optional<QStringView> list = replyValue(reply, RecordsLabel);
     if (!list)
-        return;
-    QString &records = User().sDomainUserRecords;
-    if (records.isNull() || *list != QStringView(records))
-        records = list->toString();
+        return false;
+    putRecordList(*list, ExchangeQueue::Instance().Finished());
+    return true;
 }
 
 // The session's address is the free sub-domain's own A record's: a command
@@ -109,17 +120,17 @@ QString HttpsURL()
 
 // --- Transport --------------------------------------------------------------------
 
-QString OpenRequest(const QString &query)
+QString OpenRequest(const QString &query, Transport::Delivery delivery)
 {
     return ExchangeQueue::Instance().Send(Transport::RequestUrl(Program::sServiceURL + query),
-                                          Config().caCertificates);
+                                          Config().caCertificates, delivery);
 }
 
 void PostRequest(const QString &query, QObject *context,
-                 std::function<void(const QString &reply)> done)
+                 std::function<void(const QString &reply)> done, Transport::Delivery delivery)
 {
     ExchangeQueue::Instance().Post(Transport::RequestUrl(Program::sServiceURL + query),
-                                   Config().caCertificates, context, std::move(done));
+                                   Config().caCertificates, context, std::move(done), delivery);
 }
 
 int TransferTimeout()
@@ -171,6 +182,32 @@ bool IsSuccess(const QString &reply)
     return reply.contains(QLatin1String("SUCCESS"));
 }
 
+std::optional<QString> RecordListOf(const QString &reply)
+{
+    const std::optional<QStringView> list = replyValue(reply, RecordsLabel);
+    if (!list)
+        return std::nullopt;
+    return list->toString();
+}
+
+quint64 RecordListSerial()
+{
+    return g_recordListSerial;
+}
+
+bool TakeRecordList(const QString &records, quint64 serial)
+{
+    if (serial < g_recordListSerial)
+        return false;
+    putRecordList(records, serial);
+    return true;
+}
+
+void RecordListFromLogin(bool hasList)
+{
+    g_recordListSerial = hasList ? ExchangeQueue::Instance().Finished() : 0;
+}
+
 void SetConnectionStatus(bool success)
 {
     MainWindowPort *window = MainWindow();
@@ -212,8 +249,9 @@ bool ApplyTicklerReply(const QString &reply, const QString &domain, const QStrin
     SetConnectionStatus(true);
     if (changesSessionAddress(domain, host, recordType))
         user.sIPAddress = address;
-    takeRecordList(reply);
-    if (!user.bVeltrioOnly)
+    // The marks follow the records the session shows: without the list,
+    // neither changes.
+    if (takeRecordList(reply) && !user.bVeltrioOnly)
         UpdateAutoIpEntry(domain, host, command, recordType, address, bAutoIP);
     return true;
 }
@@ -226,7 +264,8 @@ bool DNSTickler(const QString &domain, QString &host, const QString &command,
     Trap(QStringLiteral("basDNS.DNSTickler()"), [&] {
         if (host.isEmpty())
             host = QStringLiteral("@");
-        const QString reply = OpenRequest(TicklerQuery(domain, host, command, recordType, address));
+        const QString reply = OpenRequest(TicklerQuery(domain, host, command, recordType, address),
+                                          Transport::Delivery::AtMostOnce);
         const bool removing = command == RecordDelete;
         if (IsSuccess(reply)) {
             ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
@@ -263,10 +302,11 @@ bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &com
         clsUser &user = User();
         const QString reply = OpenRequest(
             QStringLiteral("?FXN=DNSTicklerAdvanced&Usr=") + user.sUsername +
-            QStringLiteral("&Pwd=") + user.sPassword + QStringLiteral("&Cname=") + host +
-            QLatin1Char('.') + user.sUsername + QStringLiteral("&Domain=") + domain +
-            QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") + recordType +
-            QStringLiteral("&IPAddress=") + address);
+                QStringLiteral("&Pwd=") + user.sPassword + QStringLiteral("&Cname=") + host +
+                QLatin1Char('.') + user.sUsername + QStringLiteral("&Domain=") + domain +
+                QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") +
+                recordType + QStringLiteral("&IPAddress=") + address,
+            Transport::Delivery::AtMostOnce);
         const bool removing = command == RecordDelete;
         const QString fullName =
             host + QLatin1Char('.') + user.sUsername + QLatin1Char('.') + domain;
@@ -324,30 +364,71 @@ QString GetIPAddress()
     return applyIPAddressReply(reply);
 }
 
-void PostGetIPAddress(QObject *context, std::function<void(const QString &address)> done)
+void PostAddressQuery(QObject *context, std::function<void(const AddressReply &reply)> done)
 {
     PostRequest(ipAddressQuery(), context, [done = std::move(done)](const QString &reply) {
-        done(applyIPAddressReply(reply));
+        AddressReply read;
+        read.serial = ExchangeQueue::Instance().Finished();
+        if (IsSuccess(reply)) {
+            PassOver([&] { SetConnectionStatus(true); });
+            PassOver([&] { read.address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
+            PassOver([&] { read.records = RecordListOf(reply); });
+        } else {
+            PassOver([&] { SetConnectionStatus(false); });
+        }
+        done(read);
     });
 }
 
-void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
-                       const QString &recordType, const QString &address, bool bAutoIP)
+void PostTickler(const QString &domain, const QString &host, const QString &command,
+                 const QString &recordType, const QString &address, QObject *context,
+                 std::function<void(const CommandReply &reply)> done)
+{
+    PostRequest(
+        TicklerQuery(domain, host, command, recordType, address), context,
+        [done = std::move(done)](const QString &reply) {
+            CommandReply read;
+            read.serial = ExchangeQueue::Instance().Finished();
+            read.ok = IsSuccess(reply);
+            PassOver([&] { SetConnectionStatus(read.ok); });
+            PassOver([&] { read.records = RecordListOf(reply); });
+            if (!read.ok) {
+                if (!reply.isEmpty())
+                    PassOver([&] { read.error = GetReplyValue(reply, QStringLiteral("Error:")); });
+                if (read.error.isEmpty())
+                    read.error = reply.isEmpty() ? QStringLiteral("no answer from the service")
+                                                 : QStringLiteral("the service did not say why");
+            }
+            done(read);
+        },
+        Transport::Delivery::AtMostOnce);
+}
+
+QString AutoIpListAfter(const QString &list, const QString &domain, const QString &host,
+                        const QString &command, const QString &recordType, const QString &address,
+                        bool bAutoIP)
 {
     const QString entry = RecordList::Key(domain, recordType, host, address);
     const QString word = command.toUpper();
-    QString &list = Program::sAutoIPList;
     if (word == RecordAdd && bAutoIP) {
         if (!list.toUpper().contains(entry))
-            list += entry;
+            return list + entry;
     } else if (word == RecordDelete) {
         // A removal leaves the whole list upper-cased, while an addition keeps
         // the earlier entries as they were: both are deliberate.
         const QString upper = list.toUpper();
         if (upper.contains(entry))
-            list = QString(upper).remove(entry);
+            return QString(upper).remove(entry);
     }
     // A RECORDADD of a record that is no longer automatic leaves the list alone.
+    return list;
+}
+
+void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
+                       const QString &recordType, const QString &address, bool bAutoIP)
+{
+    QString &list = Program::sAutoIPList;
+    list = AutoIpListAfter(list, domain, host, command, recordType, address, bAutoIP);
 }
 
 // --- Port relays ----------------------------------------------------------------------

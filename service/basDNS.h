@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Transport.h"
+
 #include <QString>
 #include <functional>
 #include <optional>
@@ -25,11 +27,14 @@ QString HttpsURL();
 // fails (no connection, deadline, TLS failure, HTTP error). The request waits
 // its turn in the exchange queue, then for the reply, in a local event loop:
 // the window keeps painting, user input is blocked.
-QString OpenRequest(const QString &query);
+// A record command goes out as Transport::Delivery::AtMostOnce.
+QString OpenRequest(const QString &query,
+                    Transport::Delivery delivery = Transport::Delivery::MayRepeat);
 // The same GET for background work: done runs with the reply body once it is
 // in, unless context is gone by then. Nothing waits.
 void PostRequest(const QString &query, QObject *context,
-                 std::function<void(const QString &reply)> done);
+                 std::function<void(const QString &reply)> done,
+                 Transport::Delivery delivery = Transport::Delivery::MayRepeat);
 // The deadline of one exchange in milliseconds (60000 unless a test shortens it).
 int TransferTimeout();
 void SetTransferTimeout(int milliseconds);
@@ -45,6 +50,21 @@ QString NullToEmpty(const QString &value);
 bool IsValidIPAddress(const QString &address);
 // A record command or the address query succeeded: "SUCCESS" anywhere.
 bool IsSuccess(const QString &reply);
+// The record list a reply carries; nothing when it has no "DomainUserRecords:"
+// label. A label with no "</p" after it raises an invalid-argument error.
+std::optional<QString> RecordListOf(const QString &reply);
+
+// --- The session's record list ----------------------------------------------------
+// Which reply gave the session its record list: the exchange's number in the
+// order the service answered (ExchangeQueue::Finished()); 0 while no reply
+// has given one (a login reply without the list). A list from a later reply
+// is the newer one.
+quint64 RecordListSerial();
+// The session takes a list that the reply numbered serial brought, unless it
+// holds a newer one already; whether it took it.
+bool TakeRecordList(const QString &records, quint64 serial);
+// After a login: the reply gave a list (hasList), or the session knows none.
+void RecordListFromLogin(bool hasList);
 // Follows the outcome on the main window's status label and tray icon.
 void SetConnectionStatus(bool success);
 
@@ -58,11 +78,12 @@ bool DNSTickler(const QString &domain, QString &host, const QString &command,
 QString TicklerQuery(const QString &domain, const QString &host, const QString &command,
                      const QString &recordType, const QString &address);
 // What the reply to a DNSTickler command does to the session: on success the
-// connection status, the record list (when the reply carries one) and the
-// auto-IP list, and sIPAddress when the command was on the free sub-domain's
-// own record (for an account with its own domains, any command); on failure
-// the connection status. True on success. A malformed record list raises an
-// invalid-argument error.
+// connection status, sIPAddress when the command was on the free
+// sub-domain's own record (for an account with its own domains, any command),
+// and, when the reply carries the record list, the list and the auto-IP
+// list (a reply without the list leaves both as they were: the marks must
+// describe the records the session shows); on failure the connection status.
+// True on success. A malformed record list raises an invalid-argument error.
 bool ApplyTicklerReply(const QString &reply, const QString &domain, const QString &host,
                        const QString &command, const QString &recordType, const QString &address,
                        bool bAutoIP);
@@ -71,12 +92,40 @@ bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &com
                         const QString &recordType, const QString &address, bool bShowMessages);
 // The caller's public address as the service sees it; empty on failure.
 QString GetIPAddress();
-// The address query for background work: done gets the address, empty on
-// failure. The reply reaches the session as GetIPAddress's does.
-void PostGetIPAddress(QObject *context, std::function<void(const QString &address)> done);
+
+// --- Background work: replies read as values, the session left alone --------
+// What the address query's reply says: the address (empty on failure) and the
+// record list it carries, with the number of its exchange.
+struct AddressReply
+{
+    QString address;
+    std::optional<QString> records;
+    quint64 serial = 0;
+};
+// The address query for background work; the connection status follows it.
+void PostAddressQuery(QObject *context, std::function<void(const AddressReply &reply)> done);
+// What a record command's reply says: success, the service's "Error:" text
+// (or a word of ours when nothing came back), the record list it carries.
+struct CommandReply
+{
+    bool ok = false;
+    QString error;
+    std::optional<QString> records;
+    quint64 serial = 0;
+};
+// Sends a DNSTickler command for background work (once: see
+// Transport::Delivery); the connection status follows it. A reply whose
+// record list is malformed counts as one without a list.
+void PostTickler(const QString &domain, const QString &host, const QString &command,
+                 const QString &recordType, const QString &address, QObject *context,
+                 std::function<void(const CommandReply &reply)> done);
 // Keeps sAutoIPList in step with a DNSTickler command.
 void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
                        const QString &recordType, const QString &address, bool bAutoIP);
+// The auto-IP list list would become by that command (UpdateAutoIpEntry's rule).
+QString AutoIpListAfter(const QString &list, const QString &domain, const QString &host,
+                        const QString &command, const QString &recordType, const QString &address,
+                        bool bAutoIP);
 
 // --- Port relays ----------------------------------------------------------------
 // The relay target with the port put in; puts "Http://" in front of a target

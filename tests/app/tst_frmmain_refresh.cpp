@@ -363,10 +363,9 @@ private slots:
         // The mail record moves elsewhere, still automatic, as the editor
         // moves it.
         QString host = u"mail"_s;
-        QVERIFY(basDNS::DNSTickler(u"acme.test"_s, host, basDNS::RecordDelete, u"A"_s, kOld, false,
-                                   true));
-        QVERIFY(basDNS::DNSTickler(u"acme.test"_s, host, basDNS::RecordAdd, u"A"_s, u"192.0.2.77"_s,
-                                   false, true));
+        QVERIFY(w.SendUserCommand(u"acme.test"_s, host, basDNS::RecordDelete, u"A"_s, kOld, true));
+        QVERIFY(w.SendUserCommand(u"acme.test"_s, host, basDNS::RecordAdd, u"A"_s, u"192.0.2.77"_s,
+                                  true));
         w.FillDomainUserGrid();
         m_service->clearRequests();
         QVERIFY(check(w));

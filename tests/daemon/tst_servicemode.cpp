@@ -3,7 +3,7 @@
 // window and the service mode on one account.
 #include "MainWindowTest.h"
 
-#include "PendingAdds.h"
+#include "ReplaceJournal.h"
 
 #include <QDir>
 #include <QProcess>
@@ -103,7 +103,7 @@ private slots:
         QTest::newRow("free sub-domain")
             << "demo"
             << "demo"
-            << "new address" << 0 << "demo.dyn.veltrio.test set to 198.51.100.50"
+            << "new address" << 0 << "demo.dyn.veltrio.test points at 198.51.100.50"
             << "demo=198.51.100.50";
         QTest::newRow("add refused") << "acme"
                                      << "acme"
@@ -157,7 +157,7 @@ private slots:
             QVERIFY2(held.contains(record), qPrintable(held.join(u' ')));
         if (setUp == QLatin1String("refuse add")) {
             // The add is owed, and the next check sends it again.
-            QCOMPARE(PendingAdds::Read(QStringLiteral("acme")).size(), 1);
+            QCOMPARE(ReplaceJournal::Load(QStringLiteral("acme")).replaces.size(), 1);
             QVERIFY(dailyLogs().contains(said));
             QCOMPARE(runDnsd({QStringLiteral("--once")}).exitCode, 0);
             QVERIFY(stateNames(QStringLiteral("acme")).contains(kMailNew));
@@ -204,7 +204,7 @@ private slots:
             QVERIFY2(stateNames(QStringLiteral("acme")).contains(kMailNew),
                      qPrintable(second.output));
         }
-        QVERIFY(PendingAdds::Read(QStringLiteral("acme")).isEmpty());
+        QVERIFY(ReplaceJournal::Load(QStringLiteral("acme")).replaces.isEmpty());
     }
 
     void windowAndServiceMode_onlyOneSendsChecks()

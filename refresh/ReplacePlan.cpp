@@ -1,0 +1,141 @@
+#include "ReplacePlan.h"
+
+#include "AutoIpMatcher.h"
+#include "RecordList.h"
+#include "basDNS.h"
+
+#include <vector>
+
+namespace ReplacePlan {
+
+Listed::Listed(const QString &records)
+{
+    try {
+        RecordList::ForEach(records, [this](int, QStringView, const RecordList::FieldViews &f) {
+            m_keys.insert(RecordList::Key(f[0].toString(), f[1].toString(), f[2].toString(),
+                                          f[3].toString()));
+        });
+    } catch (const std::exception &) {
+        // A piece that is no record ends the list: the records before it
+        // are what is known to be there.
+    }
+}
+
+bool Listed::Has(const AutoRefresh::RecordArgs &record) const
+{
+    return m_keys.contains(ReplaceJournal::KeyOf(record));
+}
+
+AutoRefresh::RecordArgs AtAddress(const AutoRefresh::RecordArgs &record, const QString &ip)
+{
+    const AutoRefresh::GridRow row{record.domain, record.host, record.recordType, record.address,
+                                   QStringLiteral("Yes")};
+    const std::optional<AutoRefresh::Resend> resend = AutoRefresh::ResendForRow(row, ip);
+    return resend ? resend->add : record;
+}
+
+void Reconcile(AccountState &state, const Listed &listed, const QString &ip, bool free)
+{
+    QList<Replace> owed;
+    for (Replace r : std::as_const(state.replaces)) {
+        const bool oldListed = r.HasOld() && listed.Has(r.old);
+        if (listed.Has(r.now)) {
+            if (free) {
+                state.freeAddress = r.now.address;
+            } else {
+                QString &marks = state.autoIPList;
+                if (r.HasOld())
+                    marks = basDNS::AutoIpListAfter(marks, r.old.domain, r.old.host,
+                                                    basDNS::RecordDelete, r.old.recordType,
+                                                    r.old.address, r.automatic);
+                marks = basDNS::AutoIpListAfter(marks, r.now.domain, r.now.host, basDNS::RecordAdd,
+                                                r.now.recordType, r.now.address, r.automatic);
+            }
+            if (oldListed)
+                owed.append(r);
+            continue;
+        }
+        // Owed from here on, and at today's address, not at the one it was
+        // meant for when it was written.
+        if (!ip.isEmpty())
+            r.now = AtAddress(r.now, ip);
+        if (oldListed && ReplaceJournal::SameRecord(r.old, r.now))
+            continue;
+        owed.append(r);
+    }
+    state.replaces = owed;
+}
+
+QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString &autoIPList,
+                                          bool *complete)
+{
+    std::vector<RecordList::FieldViews> fields;
+    bool whole = true;
+    try {
+        RecordList::ForEach(records, [&](int, QStringView, const RecordList::FieldViews &f) {
+            if (RecordList::WithinLimits(f[0], f[1], f[2], f[3]))
+                fields.push_back(f);
+            else
+                whole = false;
+        });
+    } catch (const std::exception &) {
+        whole = false;
+    }
+    if (complete)
+        *complete = whole;
+    QList<AutoRefresh::GridRow> rows;
+    if (autoIPList.isEmpty())
+        return rows;
+    const std::vector<bool> marks = AutoRefresh::AutoIpMatcher(autoIPList.toUpper()).match(fields);
+    for (size_t i = 0; i < fields.size(); ++i) {
+        if (!marks[i])
+            continue;
+        const RecordList::FieldViews &f = fields[i];
+        const QString host = f[2] == QLatin1String("@") ? QString() : f[2].toString();
+        rows.append(
+            {f[0].toString(), host, f[1].toString(), f[3].toString(), QStringLiteral("Yes")});
+    }
+    return rows;
+}
+
+QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &ip,
+                       const QList<Replace> &journal)
+{
+    QList<Replace> replaces;
+    for (const AutoRefresh::GridRow &row : rows) {
+        const std::optional<AutoRefresh::Resend> resend = AutoRefresh::ResendForRow(row, ip);
+        if (!resend)
+            continue;
+        const auto taken = [&resend](const Replace &r) {
+            return (r.HasOld() && ReplaceJournal::SameRecord(r.old, resend->remove)) ||
+                   ReplaceJournal::SameRecord(r.now, resend->remove);
+        };
+        if (std::any_of(journal.cbegin(), journal.cend(), taken) ||
+            std::any_of(replaces.cbegin(), replaces.cend(), taken))
+            continue;
+        replaces.append({resend->remove, resend->add, true});
+    }
+    return replaces;
+}
+
+QList<Request> Requests(const QList<Replace> &replaces, const Listed *listed)
+{
+    QList<Request> requests;
+    QList<AutoRefresh::RecordArgs> adding;
+    for (const Replace &r : replaces) {
+        if (r.HasOld() && (!listed || listed->Has(r.old)))
+            requests.append({basDNS::RecordDelete, r.old});
+        const bool wanted = !listed || !listed->Has(r.now);
+        // Two replaces that end on one record add it once.
+        const bool already = std::any_of(adding.cbegin(), adding.cend(), [&r](const auto &a) {
+            return ReplaceJournal::SameRecord(a, r.now);
+        });
+        if (wanted && !already) {
+            requests.append({basDNS::RecordAdd, r.now});
+            adding.append(r.now);
+        }
+    }
+    return requests;
+}
+
+} // namespace ReplacePlan
