@@ -61,6 +61,24 @@ const QSslConfiguration &sslConfiguration(const QString &caFile)
     return configuration;
 }
 
+// The empty body of a request that must not be repeated. Qt sends a request
+// again by itself when the server closes the connection before the reply
+// starts, whatever its verb, but first rewinds its body; this one cannot be
+// rewound, so Qt reports the request failed instead. On the wire it is a
+// plain GET with "Content-Length: 0".
+class OnceOnlyBody : public QIODevice
+{
+public:
+    explicit OnceOnlyBody(QObject *parent) : QIODevice(parent) { open(QIODevice::ReadOnly); }
+    bool isSequential() const override { return true; }
+    bool reset() override { return false; }
+    qint64 bytesAvailable() const override { return 0; }
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *, qint64) override { return -1; }
+};
+
 } // namespace
 
 QUrl RequestUrl(const QString &text)
@@ -94,9 +112,12 @@ QNetworkReply *StartGet(const QUrl &url, const QString &caFile, Delivery deliver
         request.setSslConfiguration(sslConfiguration(caFile));
     if (delivery == Delivery::MayRepeat)
         return manager()->get(request);
-    // The same GET on the wire; Qt takes a verb of the caller's as one whose
-    // repetition may do harm, and never sends it again by itself.
-    return manager()->sendCustomRequest(request, QByteArrayLiteral("GET"));
+    request.setHeader(QNetworkRequest::ContentLengthHeader, 0);
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    auto *body = new OnceOnlyBody(nullptr);
+    QNetworkReply *reply = manager()->sendCustomRequest(request, QByteArrayLiteral("GET"), body);
+    body->setParent(reply);
+    return reply;
 }
 
 QString Body(QNetworkReply *reply)
