@@ -187,6 +187,11 @@ std::optional<QString> RecordListOf(const QString &reply)
     const std::optional<QStringView> list = replyValue(reply, RecordsLabel);
     if (!list)
         return std::nullopt;
+    // Most replies bring the list the session holds: that string is shared,
+    // not copied, and compares with it at once.
+    const QString &session = User().sDomainUserRecords;
+    if (!session.isNull() && *list == QStringView(session))
+        return session;
     return list->toString();
 }
 
