@@ -3,6 +3,7 @@
 #include "RegistryStore.h"
 #include "ServiceConfig.h"
 #include "Version.h"
+#include "basDNS.h"
 #include "basErr.h"
 
 #include <QCommandLineParser>
@@ -102,6 +103,7 @@ void ProgramOptions::Apply() const
 {
     SetConfig(
         ServiceConfig::Load(configFile.isEmpty() ? ServiceConfig::DefaultFile() : configFile));
+    basDNS::SetTransferTimeout(Config().timeoutSeconds * 1000);
     RegistryStore::SetFile(settingsFile);
     basErr::SetLogFolder(logDir);
 }

@@ -67,6 +67,11 @@ ServiceConfig ServiceConfig::Load(const QString &file)
     take(settings, QStringLiteral("SupportHost"), config.supportHost);
     take(settings, QStringLiteral("DefaultServerAddress"), config.defaultServerAddress);
     take(settings, QStringLiteral("CaCertificates"), config.caCertificates);
+    // A whole number of seconds from 1 to 600; anything else keeps 60.
+    bool number = false;
+    const int timeout = readKey(settings, QStringLiteral("Timeout")).toInt(&number);
+    if (number && timeout >= 1 && timeout <= 600)
+        config.timeoutSeconds = timeout;
     settings.endGroup();
 
     if (!config.caCertificates.isEmpty() && QDir::isRelativePath(config.caCertificates))

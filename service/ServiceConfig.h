@@ -13,6 +13,7 @@ struct ServiceConfig
     QString supportHost;          // the support host, may carry ":port"
     QString defaultServerAddress; // the service's own server address
     QString caCertificates;       // optional PEM file of extra trusted CAs
+    int timeoutSeconds = 60;      // the deadline of one exchange with the service
 
     static ServiceConfig Defaults();
     // Reads a file; keys that are missing or empty keep their defaults. A
