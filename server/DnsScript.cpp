@@ -77,9 +77,10 @@ void DnsScript::note(const QString &rawQuery)
     }
 }
 
-QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress)
+QString DnsScript::answer(const QString &rawQuery, const QString &peerAddress, bool noted)
 {
-    note(rawQuery);
+    if (!noted)
+        note(rawQuery);
     const QueryText query(rawQuery);
     const QString function = query.value(QStringLiteral("fxn")).value_or(QString()).trimmed();
     const QString caller = callerAddress(peerAddress);

@@ -24,7 +24,8 @@ public:
 
     // The reply to one request; rawQuery is the URL's query text as it
     // arrived (without "?"), peerAddress the address the request came from.
-    QString answer(const QString &rawQuery, const QString &peerAddress);
+    // The query is kept among requests() unless it was noted already.
+    QString answer(const QString &rawQuery, const QString &peerAddress, bool noted = false);
 
     // The public address the service reports. Empty (the default) reports
     // each caller's own address; a dotted IPv4 address reports that one to

@@ -68,7 +68,7 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
     QByteArray body;
     if (actNow)
         body = m_script.answer(query, peer).toUtf8();
-    else if (!actLater)
+    else
         m_script.note(query);
 
     // The responder outlives this call; its socket goes when the client
@@ -91,7 +91,7 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
         QTimer::singleShot(fault.ms, this, [this, held, socket, query, peer, body, actLater] {
             if (!socket)
                 return;
-            held->write(actLater ? m_script.answer(query, peer).toUtf8() : body, htmlType);
+            held->write(actLater ? m_script.answer(query, peer, true).toUtf8() : body, htmlType);
         });
         break;
     case Fault::Drop:
@@ -316,6 +316,12 @@ void ServiceHttp::addRoutes(QHttpServer &server)
             return text(QStringLiteral("the next request gets the fault\n"));
         });
     }
+    server.route(QStringLiteral("/admin/no-fault"), [this](const QHttpServerRequest &request) {
+        if (!fromLoopback(request))
+            return text(QStringLiteral("forbidden\n"), Status::Forbidden);
+        m_fault = ArmedFault();
+        return text(QStringLiteral("no fault waits\n"));
+    });
 
     for (const QString &path : WebPages::paths()) {
         server.route(path, [path](const QHttpServerRequest &) {

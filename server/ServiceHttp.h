@@ -19,13 +19,16 @@ class QHttpServerResponder;
 // next request whose query holds it) and &skip=K (let K such requests pass
 // first); a new one replaces the one still waiting:
 //   /admin/next-reply?text=...         exactly that reply, nothing done (or POST it)
-//   /admin/next-delay?ms=N[&acted=1]   the reply N ms late; acted=1: the
-//                                      request is carried out at once
+//   /admin/next-delay?ms=N[&acted=1]   the reply N ms late (and the request
+//                                      carried out then, unless acted=1:
+//                                      at once); it is among the requests
+//                                      received from its arrival
 //   /admin/next-trickle?ms=N           the reply one byte every N ms
 //   /admin/next-drop                   carried out, the reply cut half-way
 //   /admin/next-close?acted=0|1        the connection closed with no reply,
 //                                      before or after carrying it out
 //   /admin/next-status?code=N          an HTTP error status, nothing done
+//   /admin/no-fault                    the fault still waiting is dropped
 // Every listener serves every path.
 class ServiceHttp : public QObject
 {

@@ -159,6 +159,9 @@ public:
             .has_value();
     }
 
+    // Drops the fault still waiting.
+    bool clearFault() { return admin(QStringLiteral("/admin/no-fault")).has_value(); }
+
     // The query texts of the protocol requests received so far, oldest first.
     QStringList requests()
     {
@@ -177,13 +180,25 @@ public:
         return QJsonDocument::fromJson(file.readAll()).object();
     }
 
-    // The user's records as the state file holds them, each as
+    // The user's records as the service holds them (its state file, or the
+    // accounts file before the first change), each as
     // "domain;;type;;name;;address".
     QStringList stateRecords(const QString &user) const
     {
+        QJsonArray list = stateJson()[QLatin1String("records")][user].toArray();
+        if (!QFile::exists(stateFile())) {
+            QFile file(accountsFile());
+            if (file.open(QIODevice::ReadOnly)) {
+                const QJsonArray accounts =
+                    QJsonDocument::fromJson(file.readAll())[QLatin1String("accounts")].toArray();
+                for (const QJsonValue account : accounts) {
+                    if (account[QLatin1String("user")].toString() == user)
+                        list = account[QLatin1String("records")].toArray();
+                }
+            }
+        }
         QStringList records;
-        const QJsonValue list = stateJson()[QLatin1String("records")][user];
-        for (const QJsonValue r : list.toArray())
+        for (const QJsonValue r : list)
             records << QStringList{r[QLatin1String("domain")].toString(),
                                    r[QLatin1String("type")].toString(),
                                    r[QLatin1String("name")].toString(),
