@@ -75,22 +75,57 @@ private slots:
         QVERIFY(check(*w));
         QVERIFY(stateNames(u"acme"_s).contains(u"mail="_s + kNew));
         QCOMPARE(rowNamed(*w, u"mail"_s) >= 0, true);
-        QCOMPARE(readValue(userKey(u"acme"_s), "PendingAdds"), QString());
+        QCOMPARE(readValue(userKey(u"acme"_s), "Replaces"), QString());
         // The record came back automatic: the next change moves it again.
         QVERIFY(m_service->setPublicIp(u"198.51.100.60"_s));
         QVERIFY(check(*w));
         QVERIFY(stateNames(u"acme"_s).contains(u"mail=198.51.100.60"_s));
     }
 
-    // A reply that lacks the record list leaves the grid and the automatic
-    // marks as they were, also in what is saved.
-    void replyWithoutRecordList_keepsRowsAndMarks()
+    // An add still owed ends when the user makes the record again by hand:
+    // the next check does not add a second one beside it.
+    void owedAdd_endsWhenTheUserMakesTheRecord()
     {
         frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
-        const int rows = w.lvDomainUser->model()->rowCount();
-        QVERIFY(m_service->setNextReply(u"SUCCESS</p>IPAddress:203.0.113.7</p>"_s));
+        QVERIFY(m_service->setPublicIp(kNew));
+        QVERIFY(m_service->setNextReply(u"Error:Busy, try later</p>"_s, u"RECORDADD"_s));
         QVERIFY(check(w));
-        QCOMPARE(w.lvDomainUser->model()->rowCount(), rows);
+        QCOMPARE(w.lblLastRefresh->text(), u"Pending: mail.acme.test"_s);
+        w.cmdAddGrid_Click();
+        w.cboDomain->setCurrentText(u"acme.test"_s);
+        w.cboRecordType->setCurrentText(u"A"_s);
+        w.txtCName->setText(u"mail"_s);
+        w.txtServerIP->setText(u"192.0.2.99"_s);
+        w.cmdServerIP_Click();
+        m_service->clearRequests();
+        QVERIFY(check(w));
+        QCOMPARE(sent(), QStringList());
+        QCOMPARE(stateNames(u"acme"_s).filter(u"mail="_s), QStringList{u"mail=192.0.2.99"_s});
+        QCOMPARE(readValue(userKey(u"acme"_s), "Replaces"), QString());
+    }
+
+    // A reply that lacks the record list leaves the grid and the automatic
+    // marks as they were, also in what is saved: the address query's, and
+    // a check's record command's.
+    void replyWithoutRecordList_keepsRowsAndMarks_data()
+    {
+        QTest::addColumn<QString>("match");
+        QTest::newRow("address query") << u"GetIPAddress"_s;
+        QTest::newRow("the check's add") << u"RECORDADD"_s;
+    }
+    void replyWithoutRecordList_keepsRowsAndMarks()
+    {
+        QFETCH(QString, match);
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        const int rows = w.lvDomainUser->model()->rowCount();
+        if (match == u"RECORDADD"_s) {
+            QVERIFY(m_service->setPublicIp(kNew));
+            QVERIFY(m_service->setNextReply(u"SUCCESS</p>"_s, match));
+        } else {
+            QVERIFY(m_service->setNextReply(u"SUCCESS</p>IPAddress:203.0.113.7</p>"_s, match));
+        }
+        QVERIFY(check(w));
+        QVERIFY(w.lvDomainUser->model()->rowCount() >= rows - 1);
         w.mnuLogout_Click();
         QTRY_VERIFY(m_window.isNull());
         QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);

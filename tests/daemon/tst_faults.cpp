@@ -1,0 +1,145 @@
+// Seeded faults at random moments: an address change through the real
+// veltrio-dnsd --once against veltrio-service, with one request broken at
+// random (the connection closed before or after the service acted, a reply
+// cut, an error status, a refusal, a success without the record list, a
+// reply past the deadline) or the program killed (SIGKILL, SIGTERM) while a
+// request is under way or at a random moment. Then runs with nothing broken
+// and a second change. Afterwards every record is there once, the automatic
+// ones at the new address and marked, and nothing is owed.
+//
+// VELTRIO_FAULT_SEEDS runs that many seeds (24 by default) from
+// VELTRIO_FAULT_FIRST_SEED (1); a failing row is named by its seed, and
+// scripts/faults runs any number of them.
+#include "ServiceModeTest.h"
+
+#include <QRandomGenerator>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+class tst_Faults : public ServiceModeTest
+{
+    Q_OBJECT
+
+    static int setting(const char *name, int fallback)
+    {
+        bool ok = false;
+        const int value = qEnvironmentVariableIntValue(name, &ok);
+        return ok ? value : fallback;
+    }
+
+    // Sends the signal to the run, if it still runs (a pid of 0 would name
+    // this whole process group).
+    static void signal(QProcess &run, int number)
+    {
+        const qint64 pid = run.processId();
+        if (pid > 0 && run.state() == QProcess::Running)
+            ::kill(static_cast<pid_t>(pid), number);
+    }
+
+    // Runs --once with the fault armed; kills it when the fault is a kill.
+    void faultyRun(QRandomGenerator &rng, const QString &kind, int skip, QString &said)
+    {
+        QProcess run;
+        if (kind == u"kill at random"_s) {
+            QVERIFY(m_dnsd->start(run, {u"--once"_s}));
+            QTest::qWait(static_cast<int>(rng.bounded(80)));
+            signal(run, SIGKILL);
+        } else if (kind.startsWith(u"kill"_s) || kind.startsWith(u"term"_s)) {
+            // The request after skip others hangs at the service, carried out
+            // already or not; the program is ended while it waits.
+            const bool acted = kind.endsWith(u"after acting"_s);
+            QVERIFY(m_service->setNextFault(u"delay?ms=4000&acted=%1"_s.arg(acted ? 1 : 0),
+                                            QString(), skip));
+            QVERIFY(m_dnsd->start(run, {u"--once"_s}));
+            QVERIFY(QTest::qWaitFor([&] { return m_service->requests().size() > skip; }, 10000));
+            signal(run, kind.startsWith(u"term"_s) ? SIGTERM : SIGKILL);
+        } else {
+            QVERIFY(m_service->setNextFault(kind, QString(), skip));
+            QVERIFY(m_dnsd->start(run, {u"--once"_s}));
+        }
+        said = DnsdRun::finish(run, 30000).output;
+        QVERIFY(m_service->clearFault());
+    }
+
+private slots:
+    void init()
+    {
+        QVERIFY(startService());
+        // A short deadline: a reply later than it is a lost reply.
+        m_dnsd.emplace(m_dir->path(), 1);
+    }
+    void cleanup()
+    {
+        if (QTest::currentTestFailed())
+            qWarning("replay it: VELTRIO_FAULT_FIRST_SEED=%s VELTRIO_FAULT_SEEDS=1 %s",
+                     QTest::currentDataTag() + 5,
+                     qPrintable(QCoreApplication::applicationFilePath()));
+        tearDown();
+    }
+
+    void seededFault_nothingLost_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        const int first = setting("VELTRIO_FAULT_FIRST_SEED", 1);
+        const int count = setting("VELTRIO_FAULT_SEEDS", 24);
+        for (int seed = first; seed < first + count; ++seed)
+            QTest::newRow(qPrintable(u"seed %1"_s.arg(seed))) << quint32(seed);
+    }
+    void seededFault_nothingLost()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator rng(seed);
+        static const QStringList kinds = {u"close?acted=0"_s,
+                                          u"close?acted=1"_s,
+                                          u"drop"_s,
+                                          u"status?code=503"_s,
+                                          u"reply?text=Error:Busy</p>"_s,
+                                          u"reply?text=SUCCESS</p>"_s,
+                                          u"delay?ms=1500&acted=1"_s,
+                                          u"delay?ms=1500"_s,
+                                          u"kill before acting"_s,
+                                          u"kill after acting"_s,
+                                          u"term before acting"_s,
+                                          u"term after acting"_s,
+                                          u"kill at random"_s};
+        const QString user = rng.bounded(2) ? u"acme"_s : u"demo"_s;
+        const QString kind = kinds[rng.bounded(kinds.size())];
+        // Among a run's requests: the login, the free sub-domain's two at
+        // start-up, the address query, a delete and an add per record.
+        const int skip = static_cast<int>(rng.bounded(user == u"acme"_s ? 8 : 6));
+        const QString first = u"198.51.100.%1"_s.arg(10 + rng.bounded(100));
+        const QString second = u"198.51.100.%1"_s.arg(110 + rng.bounded(100));
+        qInfo("seed %u: %s, %s at request %d, %s then %s", seed, qPrintable(user), qPrintable(kind),
+              skip + 1, qPrintable(first), qPrintable(second));
+
+        saveLogin(user);
+        markAutomatic();
+        QCOMPARE(m_dnsd->run({u"--once"_s}).exitCode, 0);
+        verifyAt(user, kOld);
+
+        QVERIFY(m_service->setPublicIp(first));
+        m_service->clearRequests();
+        QString said;
+        faultyRun(rng, kind, skip, said);
+        verifySentOnce(said);
+        for (int run = 0; run < 3; ++run) {
+            m_service->clearRequests();
+            const DnsdRun::Result clean = m_dnsd->run({u"--once"_s});
+            verifySentOnce(said + clean.output);
+            said += clean.output;
+            if (clean.exitCode == 0)
+                break;
+        }
+        verifyAt(user, first);
+
+        QVERIFY(m_service->setPublicIp(second));
+        const DnsdRun::Result last = m_dnsd->run({u"--once"_s});
+        QVERIFY2(last.exitCode == 0, qPrintable(said + last.output));
+        verifyAt(user, second);
+    }
+};
+
+QTEST_MAIN(tst_Faults)
+#include "tst_faults.moc"
