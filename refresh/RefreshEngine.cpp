@@ -15,6 +15,7 @@
 namespace {
 
 const QString kLogLabel = QStringLiteral("frmMain.UpdateDomainAutoIPs()");
+const QString kRecordsLabel = QStringLiteral("DomainUserRecords:");
 
 QString recordName(const AutoRefresh::RecordArgs &record)
 {
@@ -98,7 +99,9 @@ struct RefreshEngine::Check
     QString records;
     bool fresh = false;
     quint64 recordsSerial = 0;
-    // The newest list the record commands' replies brought.
+    // The newest reply of the record commands that brought a list, and the
+    // list read from it once they are all in.
+    QString latestReply;
     std::optional<QString> latest;
     quint64 latestSerial = 0;
     qsizetype waiting = 0;
@@ -415,8 +418,8 @@ void RefreshEngine::send(const std::shared_ptr<Check> &check,
                                 sent.error = reply.error;
                                 // Replies come in the order the service
                                 // answered: the last list is the newest.
-                                if (reply.records) {
-                                    check->latest = reply.records;
+                                if (reply.reply.contains(kRecordsLabel)) {
+                                    check->latestReply = reply.reply;
                                     check->latestSerial = reply.serial;
                                 }
                                 if (--check->waiting == 0)
@@ -428,6 +431,13 @@ void RefreshEngine::send(const std::shared_ptr<Check> &check,
 void RefreshEngine::settle(const std::shared_ptr<Check> &check)
 {
     Check &c = *check;
+    if (!c.latestReply.isNull()) {
+        try {
+            c.latest = basDNS::RecordListOf(c.latestReply);
+        } catch (const std::exception &) {
+            // A list without its end is no list: the journal waits for one.
+        }
+    }
     // The settings as they are now (the user may have changed a record
     // meanwhile), brought up to date with the newest list.
     try {

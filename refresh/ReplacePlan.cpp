@@ -101,18 +101,22 @@ QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString 
 QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &ip,
                        const QList<Replace> &journal)
 {
+    // The records the journal's replaces already take care of.
+    QSet<QString> taken;
+    for (const Replace &r : journal) {
+        if (r.HasOld())
+            taken.insert(ReplaceJournal::KeyOf(r.old));
+        taken.insert(ReplaceJournal::KeyOf(r.now));
+    }
     QList<Replace> replaces;
     for (const AutoRefresh::GridRow &row : rows) {
         const std::optional<AutoRefresh::Resend> resend = AutoRefresh::ResendForRow(row, ip);
         if (!resend)
             continue;
-        const auto taken = [&resend](const Replace &r) {
-            return (r.HasOld() && ReplaceJournal::SameRecord(r.old, resend->remove)) ||
-                   ReplaceJournal::SameRecord(r.now, resend->remove);
-        };
-        if (std::any_of(journal.cbegin(), journal.cend(), taken) ||
-            std::any_of(replaces.cbegin(), replaces.cend(), taken))
+        const QString key = ReplaceJournal::KeyOf(resend->remove);
+        if (taken.contains(key))
             continue;
+        taken.insert(key);
         replaces.append({resend->remove, resend->add, true});
     }
     return replaces;
@@ -121,18 +125,17 @@ QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &i
 QList<Request> Requests(const QList<Replace> &replaces, const Listed *listed)
 {
     QList<Request> requests;
-    QList<AutoRefresh::RecordArgs> adding;
+    // Two replaces that end on one record add it once.
+    QSet<QString> adding;
     for (const Replace &r : replaces) {
         if (r.HasOld() && (!listed || listed->Has(r.old)))
             requests.append({basDNS::RecordDelete, r.old});
-        const bool wanted = !listed || !listed->Has(r.now);
-        // Two replaces that end on one record add it once.
-        const bool already = std::any_of(adding.cbegin(), adding.cend(), [&r](const auto &a) {
-            return ReplaceJournal::SameRecord(a, r.now);
-        });
-        if (wanted && !already) {
+        if (listed && listed->Has(r.now))
+            continue;
+        const QString key = ReplaceJournal::KeyOf(r.now);
+        if (!adding.contains(key)) {
+            adding.insert(key);
             requests.append({basDNS::RecordAdd, r.now});
-            adding.append(r.now);
         }
     }
     return requests;

@@ -395,8 +395,8 @@ void PostTickler(const QString &domain, const QString &host, const QString &comm
             CommandReply read;
             read.serial = ExchangeQueue::Instance().Finished();
             read.ok = IsSuccess(reply);
+            read.reply = reply;
             PassOver([&] { SetConnectionStatus(read.ok); });
-            PassOver([&] { read.records = RecordListOf(reply); });
             if (!read.ok) {
                 if (!reply.isEmpty())
                     PassOver([&] { read.error = GetReplyValue(reply, QStringLiteral("Error:")); });

@@ -105,12 +105,14 @@ struct AddressReply
 // The address query for background work; the connection status follows it.
 void PostAddressQuery(QObject *context, std::function<void(const AddressReply &reply)> done);
 // What a record command's reply says: success, the service's "Error:" text
-// (or a word of ours when nothing came back), the record list it carries.
+// (or a word of ours when nothing came back), and the reply itself, from
+// which RecordListOf() reads the record list when it is wanted: a check of
+// a thousand commands reads only its last reply's list.
 struct CommandReply
 {
     bool ok = false;
     QString error;
-    std::optional<QString> records;
+    QString reply;
     quint64 serial = 0;
 };
 // Sends a DNSTickler command for background work (once: see
