@@ -41,9 +41,11 @@ int main(int argc, char *argv[])
         status = 1;
         break;
     }
-    // An exchange already asked for still goes out (the add after a delete),
-    // each within its deadline.
+    // An exchange already asked for still goes out (the add after a delete)
+    // if the service answers within a short grace; what does not go out by
+    // then stays owed in the refresh's journal for the next start.
     ExchangeQueue &queue = ExchangeQueue::Instance();
-    queue.Drain(2 * queue.Deadline());
+    if (!queue.Drain(5000))
+        queue.AbortAll();
     return status;
 }

@@ -1,16 +1,20 @@
 #include "ServiceMode.h"
 
 #include "AdvancedSettings.h"
+#include "ExchangeQueue.h"
 #include "LoginExchange.h"
 #include "RefreshStatus.h"
 #include "RegistryStore.h"
 #include "ReplacePlan.h"
 #include "RuntimeError.h"
+#include "ServiceConfig.h"
+#include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
 #include "clsUser.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -26,12 +30,16 @@ QString accountKey()
 
 } // namespace
 
-ServiceMode::ServiceMode(Mode mode, QObject *parent)
-    : QObject(parent), m_mode(mode), m_engine(*this, this),
+ServiceMode::ServiceMode(Mode mode, int everySeconds, QObject *parent)
+    : QObject(parent), m_mode(mode), m_everySeconds(everySeconds), m_engine(*this, this),
       m_refresher(mode == Mode::Once ? Refresher::Role::OneCheck : Refresher::Role::ServiceMode)
 {
-    m_tick.setInterval(RefreshTimer::TickInterval);
-    connect(&m_tick, &QTimer::timeout, &m_engine, &RefreshEngine::Tick);
+    connect(&m_every, &QTimer::timeout, &m_engine, &RefreshEngine::CheckNow);
+    m_retry.setSingleShot(true);
+    m_retry.setInterval(RefreshTimer::TickInterval);
+    connect(&m_retry, &QTimer::timeout, &m_engine, &RefreshEngine::CheckNow);
+    m_runDeadline.setSingleShot(true);
+    connect(&m_runDeadline, &QTimer::timeout, this, &ServiceMode::runDeadlineReached);
     connect(&m_engine, &RefreshEngine::checkFinished, this, &ServiceMode::checkFinished);
 }
 
@@ -67,7 +75,14 @@ void ServiceMode::logFailure(const QString &text) const
 
 std::optional<int> ServiceMode::Start()
 {
-    if (const auto failed = logIn())
+    if (m_mode == Mode::Once && !m_runDeadline.isActive())
+        m_runDeadline.start(runDeadlineMs());
+    const std::optional<int> failed = logIn();
+    if (m_stopping) {
+        line(QStringLiteral("%1: stopping").arg(account()));
+        return Done;
+    }
+    if (failed)
         return failed;
     if (m_mode == Mode::Check) {
         printAutomaticRecords();
@@ -91,8 +106,8 @@ std::optional<int> ServiceMode::Start()
                 m_engine.FreeRecordSet(address);
             } catch (const std::exception &e) {
                 const QString failure =
-                    QStringLiteral("%1: could not save %2's address: %3")
-                        .arg(account(), name, RuntimeError::From(e).description());
+                    QStringLiteral("%1: could not save %2's address in %3: %4")
+                        .arg(account(), name, settingsName(), RuntimeError::From(e).description());
                 line(failure);
                 logFailure(failure);
             }
@@ -122,7 +137,23 @@ std::optional<int> ServiceMode::Start()
         m_engine.CheckNow();
         return std::nullopt;
     }
-    m_tick.start();
+    // After a start (a reboot) the address has most likely changed: the
+    // first check comes now.
+    scheduleChecks();
+    m_engine.CheckNow();
+    return std::nullopt;
+}
+
+double ServiceMode::checkInterval() const
+{
+    return m_everySeconds > 0 ? m_everySeconds : std::max(TextRules::ToDouble(m_rate), 10.0);
+}
+
+void ServiceMode::scheduleChecks()
+{
+    const double seconds = checkInterval();
+    m_every.start(static_cast<int>(seconds * 1000));
+    const clsUser &user = User();
     const QString what =
         user.bVeltrioOnly
             ? QStringLiteral("%1, automatic %2")
@@ -131,8 +162,38 @@ std::optional<int> ServiceMode::Start()
             : QStringLiteral("%1 automatic record(s)")
                   .arg(ReplacePlan::AutomaticRows(user.sDomainUserRecords, Program::sAutoIPList)
                            .size());
-    line(QStringLiteral("%1: refreshing %2, every %3 s").arg(account(), what, m_rate));
-    return std::nullopt;
+    line(QStringLiteral("%1: refreshing %2: a check now, then every %3 s")
+             .arg(account(), what, QString::number(seconds)));
+}
+
+int ServiceMode::runDeadlineMs() const
+{
+    // One and a half exchanges' time: a run of any number of records ends
+    // within it (90 s with the usual 60 s deadline).
+    return Config().timeoutSeconds * 1500;
+}
+
+void ServiceMode::runDeadlineReached()
+{
+    if (m_stopping)
+        return;
+    m_deadlineReached = true;
+    const QString failure =
+        QStringLiteral("%1: the run did not end within %2 s; what it could not send stays owed "
+                       "for the next run")
+            .arg(account())
+            .arg(runDeadlineMs() / 1000);
+    line(failure);
+    logFailure(failure);
+    // Every exchange ends now, failed: a login under way returns, and a
+    // check's replaces that did not go out stay in the journal.
+    ExchangeQueue::Instance().AbortAll();
+}
+
+QString ServiceMode::settingsName()
+{
+    const QString file = RegistryStore::File();
+    return file.isEmpty() ? QStringLiteral("the settings") : file;
 }
 
 std::optional<int> ServiceMode::logIn()
@@ -143,14 +204,28 @@ std::optional<int> ServiceMode::logIn()
     m_savedPassword = store.ReadValue(QStringLiteral("Password")).trimmed();
     if (store.ReadValue(QStringLiteral("bSaveLogin")) != QLatin1String("1") ||
         m_savedUser.isEmpty() || m_savedPassword.isEmpty()) {
-        const QString file = RegistryStore::File();
         line(QStringLiteral("No saved login in %1: log in once with veltrio-dns and tick "
                             "\"Save Login\".")
-                 .arg(file.isEmpty() ? QStringLiteral("the settings") : file));
+                 .arg(settingsName()));
         return SettingsUnusable;
     }
     Program::sServiceURL = basDNS::StoredServiceURL();
-    switch (LoginExchange::Run(m_savedUser, m_savedPassword)) {
+    LoginExchange::Outcome outcome = LoginExchange::Outcome::ServerError;
+    try {
+        outcome = LoginExchange::Run(m_savedUser, m_savedPassword);
+    } catch (const std::exception &e) {
+        // A reply that cannot be read is no answer: the service is not
+        // reached, and a later start may be.
+        const QString failure =
+            QStringLiteral("%1: the service's login reply could not be read (%2); %3")
+                .arg(m_savedUser, RuntimeError::From(e).description(), Program::sServiceURL);
+        line(failure);
+        logFailure(failure);
+        return Unreachable;
+    }
+    if (m_stopping)
+        return Done;
+    switch (outcome) {
     case LoginExchange::Outcome::ServerError:
         line(QStringLiteral("%1: Error contacting server.  Server may be under maintenance. (%2)")
                  .arg(m_savedUser, Program::sServiceURL));
@@ -271,31 +346,53 @@ void ServiceMode::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &st
     Q_UNUSED(byServiceMode);
     Q_UNUSED(status);
     Q_UNUSED(records);
+    // A window gives the checks up at its next tick: look again then.
+    if (m_mode == Mode::Run && !m_stopping)
+        m_retry.start();
     if (std::exchange(m_waitingShown, true))
         return;
-    line(QStringLiteral("%1: a window sends this account's checks; they pass to this service at "
-                        "its next tick.")
-             .arg(account()));
+    line(QStringLiteral("%1: a window sends this account's checks; they pass to this service "
+                        "within %2 s.")
+             .arg(account())
+             .arg(RefreshTimer::TickInterval / 1000));
 }
 
 void ServiceMode::checkFinished()
 {
     m_waitingShown = false;
+    const bool asked = AutoRefresh::ShouldAskService(m_autoIP, User().bVeltrioOnly);
+    const bool unreachable = asked && !m_addressSeen;
+    if (m_mode == Mode::Run && !m_stopping) {
+        // Said when the service stops answering and when it answers again,
+        // not at every check between.
+        if (unreachable && !std::exchange(m_unreachable, true)) {
+            const QString failure =
+                QStringLiteral("%1: the service does not answer (%2); the next check in %3 s")
+                    .arg(account(), Program::sServiceURL)
+                    .arg(m_every.interval() / 1000);
+            line(failure);
+            logFailure(failure);
+        } else if (!unreachable && asked && std::exchange(m_unreachable, false)) {
+            line(QStringLiteral("%1: the service answers again").arg(account()));
+        }
+        return;
+    }
     if (m_mode != Mode::Once || m_stopping)
         return;
-    const bool asked = AutoRefresh::ShouldAskService(m_autoIP, User().bVeltrioOnly);
     int code = Done;
-    if (m_failed)
-        code = CommandFailed;
-    else if (asked && !m_addressSeen)
+    if (m_deadlineReached)
         code = Unreachable;
-    if (code == Unreachable)
+    else if (m_failed)
+        code = CommandFailed;
+    else if (unreachable)
+        code = Unreachable;
+    if (unreachable && !m_deadlineReached)
         line(QStringLiteral("%1: no public address from the service (%2)")
                  .arg(account(), Program::sServiceURL));
     else if (code == Done)
         line(QStringLiteral("%1: check done").arg(account()));
     m_stopping = true;
-    m_tick.stop();
+    m_runDeadline.stop();
     m_engine.Stop();
     emit finished(code);
 }
@@ -304,9 +401,14 @@ void ServiceMode::Stop()
 {
     if (std::exchange(m_stopping, true))
         return;
-    if (!m_started)
+    if (!m_started) {
+        // A login under way ends now; Start() says so and returns.
+        ExchangeQueue::Instance().AbortAll();
         return;
-    m_tick.stop();
+    }
+    m_every.stop();
+    m_retry.stop();
+    m_runDeadline.stop();
     m_engine.Stop();
     line(QStringLiteral("%1: stopping").arg(account()));
     emit finished(Done);
@@ -320,13 +422,27 @@ void ServiceMode::Reload()
     store.SetKey(kInitKey);
     const QString user = store.ReadValue(QStringLiteral("Username")).trimmed();
     const QString password = store.ReadValue(QStringLiteral("Password")).trimmed();
+    if (store.ReadValue(QStringLiteral("bSaveLogin")) != QLatin1String("1") || user.isEmpty() ||
+        password.isEmpty()) {
+        const QString failure =
+            QStringLiteral("%1: no saved login in %2 now; going on with the settings read before")
+                .arg(account(), settingsName());
+        line(failure);
+        logFailure(failure);
+        return;
+    }
     if (user == m_savedUser && password == m_savedPassword) {
+        const QString rate = m_rate;
         loadSettings();
-        line(QStringLiteral("%1: settings read again, every %2 s").arg(account(), m_rate));
+        if (m_mode == Mode::Run && m_rate != rate)
+            m_every.start(static_cast<int>(checkInterval() * 1000));
+        line(QStringLiteral("%1: settings read again, every %2 s")
+                 .arg(account(), QString::number(checkInterval())));
         return;
     }
     line(QStringLiteral("%1: the saved login changed; logging in again").arg(account()));
-    m_tick.stop();
+    m_every.stop();
+    m_retry.stop();
     m_engine.Stop();
     m_refresher.Close();
     m_started = false;

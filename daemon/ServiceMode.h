@@ -10,10 +10,10 @@
 
 // veltrio-dnsd: the automatic refresh of the saved login's account with no
 // window. It logs in as the window does (a free sub-domain is pointed back at
-// this machine), then runs the same refresh engine on the same ten-second
-// tick and refresh rate. Every outcome is one line on standard error (the
-// journal adds the time); failures also go to the daily log. The password is
-// never written anywhere.
+// this machine), checks at once, then every refresh rate, with the same
+// refresh engine. Every outcome and every failure is one line on standard
+// error with the account's name (the journal adds the time); failures also go
+// to the daily log. The password is never written anywhere.
 class ServiceMode : public QObject, public RefreshPort
 {
     Q_OBJECT
@@ -22,13 +22,18 @@ public:
     enum ExitCode {
         Done = 0,
         CommandFailed = 1,
-        LoginRefused = 2, // refused or expired
-        Unreachable = 3,
+        LoginRefused = 2,     // refused or expired
+        Unreachable = 3,      // no answer, or one that could not be read
         SettingsUnusable = 4, // no saved login
     };
+    // How long the exchanges already asked for may still take once the
+    // program is to end (SIGTERM): what does not go out by then stays owed.
+    static constexpr int StopGraceMs = 5000;
     enum class Mode { Run, Once, Check };
 
-    explicit ServiceMode(Mode mode, QObject *parent = nullptr);
+    // everySeconds: the time between two checks; 0 for the account's
+    // refresh rate.
+    explicit ServiceMode(Mode mode, int everySeconds = 0, QObject *parent = nullptr);
     ~ServiceMode() override;
 
     // Logs in and starts. The exit code when the work is over already (a
@@ -37,10 +42,13 @@ public:
     std::optional<int> Start();
 
     // SIGTERM, SIGINT: no check starts any more; the exchanges already asked
-    // for still go out (the caller waits for them), then finished(0).
+    // for still go out (the caller waits StopGraceMs for them), then
+    // finished(0). A login under way ends at once.
     void Stop();
     // SIGHUP: the settings again (refresh rate, SSL and port, the automatic
-    // records); a changed saved login logs in again.
+    // records); a changed saved login logs in again. Settings that are not
+    // usable (no saved login, an empty file) leave it running on the ones
+    // it has.
     void Reload();
 
     // --- RefreshPort ------------------------------------------------------------
@@ -71,11 +79,25 @@ private:
     QString withoutPassword(QString text) const;
     void logFailure(const QString &text) const;
     QString account() const;
+    // The next check every interval from now; the line that says so.
+    void scheduleChecks();
+    // The time between two checks in seconds: --every, or the refresh rate.
+    double checkInterval() const;
+    // One --once run has this long, login and check together.
+    int runDeadlineMs() const;
+    void runDeadlineReached();
+    // The settings file's name for a line, or "the settings" (the registry).
+    static QString settingsName();
 
     Mode m_mode;
+    int m_everySeconds;
     RefreshEngine m_engine;
     Refresher m_refresher;
-    QTimer m_tick;
+    // Run: the next check; a sooner one when another process held the
+    // account's checks. Once: the end of the run's time.
+    QTimer m_every;
+    QTimer m_retry;
+    QTimer m_runDeadline;
     QString m_savedUser;
     QString m_savedPassword;
     QString m_rate;
@@ -87,4 +109,8 @@ private:
     bool m_addressSeen = false;
     QString m_lastAddress;
     bool m_waitingShown = false;
+    // The service gave no address at the last check (said once, until it
+    // answers again).
+    bool m_unreachable = false;
+    bool m_deadlineReached = false;
 };

@@ -31,7 +31,7 @@ int main(int argc, char *argv[])
     const ServiceMode::Mode mode = options.once    ? ServiceMode::Mode::Once
                                    : options.check ? ServiceMode::Mode::Check
                                                    : ServiceMode::Mode::Run;
-    ServiceMode service(mode);
+    ServiceMode service(mode, options.everySeconds);
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::stopRequested, &service, &ServiceMode::Stop);
     QObject::connect(&watcher, &SignalWatcher::reloadRequested, &service, &ServiceMode::Reload);
@@ -46,8 +46,10 @@ int main(int argc, char *argv[])
         status = ServiceMode::CommandFailed;
     }
     // The exchanges already asked for still go out (the add after its
-    // delete), each within its deadline.
+    // delete) if the service answers within a short grace; then they end,
+    // and what did not go out stays owed in the journal.
     ExchangeQueue &queue = ExchangeQueue::Instance();
-    queue.Drain(2 * queue.Deadline());
+    if (!queue.Drain(ServiceMode::StopGraceMs))
+        queue.AbortAll();
     return status;
 }

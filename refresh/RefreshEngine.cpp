@@ -304,6 +304,8 @@ void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
     const QString &ip = reply.address;
     // No answer, or a failed one: the records stay as they are.
     if (ip.isEmpty()) {
+        m_status.summary = QStringLiteral("No answer from the service");
+        m_status.details.clear();
         finish();
         return;
     }

@@ -72,6 +72,24 @@ bool ExchangeQueue::Drain(int milliseconds)
     return IsIdle();
 }
 
+void ExchangeQueue::AbortAll()
+{
+    std::deque<Job> waiting;
+    waiting.swap(m_waiting);
+    // abort() finishes the reply, and its job, before it returns.
+    if (m_reply)
+        m_reply->abort();
+    else if (m_current)
+        finishCurrent();
+    for (Job &job : waiting) {
+        ++m_finished;
+        if (job.context)
+            job.done(QString());
+    }
+    if (IsIdle())
+        emit idle();
+}
+
 void ExchangeQueue::scheduleNext()
 {
     // The next exchange starts from the event loop, never inside the handler

@@ -53,6 +53,10 @@ public:
     // when the program ends, so that an exchange already asked for (the add
     // that follows a delete) still goes out.
     bool Drain(int milliseconds);
+    // Ends every exchange at once: the one in flight is aborted and none of
+    // the waiting ones starts; each gets an empty reply, in order, before
+    // this returns.
+    void AbortAll();
 
     // The deadline of one exchange in milliseconds, from its start.
     int Deadline() const { return m_deadlineMs; }

@@ -30,7 +30,8 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
             ? QStringLiteral("Veltrio Dynamic DNS service mode: keeps the automatic records of the "
                              "saved login pointed at this machine, with no window.\n"
                              "Exit codes: 0 done, 1 a record command failed, 2 login refused or "
-                             "account expired, 3 service unreachable, 4 no saved login.")
+                             "account expired, 3 service unreachable or its reply unreadable, 4 "
+                             "no saved login.")
             : QStringLiteral(
                   "Veltrio Dynamic DNS: keeps your DNS records pointed at this machine."));
     const QCommandLineOption help = parser.addHelpOption();
@@ -51,8 +52,13 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
     const QCommandLineOption check(
         QStringLiteral("check"),
         QStringLiteral("Log in and print the automatic records; change nothing."));
+    const QCommandLineOption every(
+        QStringLiteral("every"),
+        QStringLiteral("Check every SECONDS (5 to 86400) instead of at the account's refresh "
+                       "rate."),
+        QStringLiteral("SECONDS"));
     if (serviceMode)
-        parser.addOptions({once, check});
+        parser.addOptions({once, check, every});
 
     ProgramOptions options;
     const bool parsed = parser.parse(arguments);
@@ -91,6 +97,16 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
         options.action = Action::Fail;
         options.message = QStringLiteral("--once and --check cannot be used together");
         return options;
+    }
+    if (serviceMode && parser.isSet(every)) {
+        bool number = false;
+        options.everySeconds = parser.value(every).toInt(&number);
+        if (!number || options.everySeconds < 5 || options.everySeconds > 86400) {
+            options.action = Action::Fail;
+            options.message = QStringLiteral("--every takes a whole number of seconds from 5 "
+                                             "to 86400");
+            return options;
+        }
     }
     options.once = serviceMode && parser.isSet(once);
     options.check = serviceMode && parser.isSet(check);

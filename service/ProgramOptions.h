@@ -13,6 +13,7 @@
 // and for veltrio-dnsd only:
 //   --once           one check, then exit
 //   --check          log in, print the automatic records, change nothing
+//   --every SECONDS  check every SECONDS instead of at the refresh rate
 struct ProgramOptions
 {
     enum class Action { Run, ShowHelp, ShowVersion, Fail };
@@ -24,6 +25,7 @@ struct ProgramOptions
     QString logDir;
     bool once = false;
     bool check = false;
+    int everySeconds = 0; // 0: the account's refresh rate
     // The help text (ShowHelp), the version line (ShowVersion) or what was
     // wrong (Fail).
     QString message;
