@@ -122,8 +122,23 @@ QNetworkReply *StartGet(const QUrl &url, const QString &caFile, Delivery deliver
 
 QString Body(QNetworkReply *reply)
 {
-    if (reply->error() == QNetworkReply::NoError)
-        return QString::fromUtf8(reply->readAll());
+    if (reply->error() == QNetworkReply::NoError) {
+        // The address query of an account where nothing changed brings the
+        // same large reply every time: it is decoded once, and the same
+        // string handed on (which tells the reader that nothing changed
+        // without reading it again).
+        static QByteArray lastBytes;
+        static QString lastText;
+        const QByteArray bytes = reply->readAll();
+        constexpr qsizetype kWorthKeeping = 64 * 1024;
+        if (bytes.size() < kWorthKeeping)
+            return QString::fromUtf8(bytes);
+        if (bytes != lastBytes) {
+            lastText = QString::fromUtf8(bytes);
+            lastBytes = bytes;
+        }
+        return lastText;
+    }
     // The query is left out: it carries the password.
     qCInfo(lcTransport) << "request to" << reply->url().adjusted(QUrl::RemoveQuery).toString()
                         << "failed:" << reply->errorString();

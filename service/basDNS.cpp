@@ -372,12 +372,26 @@ QString GetIPAddress()
 void PostAddressQuery(QObject *context, std::function<void(const AddressReply &reply)> done)
 {
     PostRequest(ipAddressQuery(), context, [done = std::move(done)](const QString &reply) {
+        // The very same reply as the last time (the transport hands the same
+        // string on for the same bytes) says what it said then.
+        static QString lastReply;
+        static AddressReply lastRead;
         AddressReply read;
+        if (!reply.isEmpty() && reply.constData() == lastReply.constData() &&
+            reply.size() == lastReply.size()) {
+            read = lastRead;
+            read.serial = ExchangeQueue::Instance().Finished();
+            PassOver([&] { SetConnectionStatus(true); });
+            done(read);
+            return;
+        }
         read.serial = ExchangeQueue::Instance().Finished();
         if (IsSuccess(reply)) {
             PassOver([&] { SetConnectionStatus(true); });
             PassOver([&] { read.address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
             PassOver([&] { read.records = RecordListOf(reply); });
+            lastReply = reply;
+            lastRead = read;
         } else {
             PassOver([&] { SetConnectionStatus(false); });
         }
