@@ -61,7 +61,11 @@ void ServiceHttp::answer(const QHttpServerRequest &request, QHttpServerResponder
         responder.write(m_script.answer(query, peer).toUtf8(), htmlType);
         return;
     }
-    const ArmedFault fault = std::exchange(m_fault, ArmedFault());
+    const ArmedFault fault = m_fault;
+    if (m_fault.times == 1)
+        m_fault = ArmedFault();
+    else if (m_fault.times > 1)
+        --m_fault.times;
     // The request is carried out now, unless the fault comes first.
     const bool actNow = fault.acted || fault.kind == Fault::Trickle || fault.kind == Fault::Drop;
     const bool actLater = fault.kind == Fault::Delay && !fault.acted;
@@ -296,6 +300,7 @@ void ServiceHttp::addRoutes(QHttpServer &server)
             fault.acted = number("acted", 0) == 1;
             fault.status = number("code", -1);
             fault.skip = std::max(0, number("skip", 0));
+            fault.times = std::max(0, number("times", 1));
             fault.match = query.queryItemValue(QStringLiteral("match"), QUrl::FullyDecoded);
             if (kind == Fault::Reply) {
                 // A reply too long for a request line comes as the body of a POST.

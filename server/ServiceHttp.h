@@ -16,8 +16,9 @@ class QHttpServerResponder;
 //   /admin/public-ip?address=A.B.C.D   the address the service reports
 //   /admin/requests[?clear=1]          the query texts received, one a line
 // and one fault for a later script request, each taking &match=TEXT (the
-// next request whose query holds it) and &skip=K (let K such requests pass
-// first); a new one replaces the one still waiting:
+// next request whose query holds it), &skip=K (let K such requests pass
+// first) and &times=N (strike N of them; 0: every one until dropped); a new
+// one replaces the one still waiting:
 //   /admin/next-reply?text=...         exactly that reply, nothing done (or POST it)
 //   /admin/next-delay?ms=N[&acted=1]   the reply N ms late (and the request
 //                                      carried out then, unless acted=1:
@@ -55,6 +56,7 @@ private:
         QString reply;
         QString match;
         int skip = 0;
+        int times = 1; // 0: every matching request
     };
     // Whether the armed fault strikes this request; counts a skipped one.
     bool strikes(const QString &query);

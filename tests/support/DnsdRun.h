@@ -35,17 +35,22 @@ public:
     QString configFile() const { return QDir(m_folder).filePath(QStringLiteral("veltrio.conf")); }
     QString logFolder() const { return QDir(m_folder).filePath(QStringLiteral("dnsd-logs")); }
 
+    // Runs the program through this command (its words, then the program
+    // and its options): unshare, for instance.
+    void setWrapper(const QStringList &wrapper) { m_wrapper = wrapper; }
+
     // Starts it with these options; false when there is no program to start.
     bool start(QProcess &process, const QStringList &options) const
     {
         const QString binary = qEnvironmentVariable("VELTRIO_DNSD_BIN");
         if (!QFileInfo(binary).isExecutable())
             return false;
+        QStringList words = m_wrapper;
+        words << binary << QStringLiteral("--config") << configFile()
+              << QStringLiteral("--settings") << RegistryStore::File()
+              << QStringLiteral("--log-dir") << logFolder() << options;
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(binary, QStringList{QStringLiteral("--config"), configFile(),
-                                          QStringLiteral("--settings"), RegistryStore::File(),
-                                          QStringLiteral("--log-dir"), logFolder()} +
-                                  options);
+        process.start(words.takeFirst(), words);
         return process.waitForStarted();
     }
 
@@ -83,4 +88,5 @@ public:
 
 private:
     QString m_folder;
+    QStringList m_wrapper;
 };
