@@ -30,20 +30,30 @@ void frmMain::cmdServerIP_Click()
                          type != sCurRecordType || cboDomain->currentText() != sCurDomain ||
                          txtServerIP->text().toUpper() != sCurServerAddress.toUpper() ||
                          chkDomainAutoIP->isChecked() != bCurAutoIP || txtPort->text() != sCurPort;
+    bool deleted = false;
     if (!sCurDomain.isEmpty() && changed) {
         QString host = sCurName;
         // The record as the service holds it: a relay's URL keeps its port.
-        basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType, sCurRecordValue,
-                           true, bCurAutoIP);
+        deleted = basDNS::DNSTickler(sCurDomain, host, basDNS::RecordDelete, sCurRecordType,
+                                     sCurRecordValue, true, bCurAutoIP);
     }
     if (changed) {
+        const QString typed = txtServerIP->text();
         if (type.toUpper() == QLatin1String("PORT RELAY")) {
             QString target = txtServerIP->text();
             txtServerIP->setText(basDNS::BuildRelayURL(target, txtPort->text()));
         }
         QString host = txtCName->text();
-        basDNS::DNSTickler(cboDomain->currentText(), host, basDNS::RecordAdd, type,
-                           txtServerIP->text(), true, chkDomainAutoIP->isChecked());
+        if (!basDNS::DNSTickler(cboDomain->currentText(), host, basDNS::RecordAdd, type,
+                                txtServerIP->text(), true, chkDomainAutoIP->isChecked())) {
+            // The editor stays with what was typed, to send again; once the
+            // old record is gone, that is an add.
+            txtServerIP->setText(typed);
+            if (deleted)
+                ClearCurrentRecord();
+            FillDomainUserGrid();
+            return;
+        }
     }
     ShowFrame(QStringLiteral("Grid"));
     FillDomainUserGrid();
