@@ -73,8 +73,8 @@ inline QString TabChain(QWidget *panel)
         if (!focus || (!visited.isEmpty() && FocusName() == visited.first()))
             break;
         visited << FocusName();
-        const QRect inPanel(focus->mapTo(panel, QPoint(0, 0)), focus->size());
-        if (!focus->isVisible() || !panel->rect().contains(inPanel))
+        if (!panel->isAncestorOf(focus) || !focus->isVisible() ||
+            !panel->rect().contains(QRect(focus->mapTo(panel, QPoint(0, 0)), focus->size())))
             visited.last() += QStringLiteral(" (outside)");
         QTest::keyClick(focus, Qt::Key_Tab);
     }
