@@ -121,9 +121,6 @@ private slots:
         QTest::newRow("editor: keypad Enter in the domain box adds")
             << u"acme"_s << typed + u"; focus cboDomain; key Enter"_s << u"frameGrid"_s
             << u"lvDomainUser"_s << u"RECORDADD"_s << done;
-        QTest::newRow("editor: Return on the AutoIP box adds")
-            << u"acme"_s << typed + u"; focus chkDomainAutoIP; key Return"_s << u"frameGrid"_s
-            << u"lvDomainUser"_s << u"RECORDADD"_s << done;
         QTest::newRow("editor: Escape cancels")
             << u"acme"_s << typed + u"; key Escape"_s << u"frameGrid"_s << u"lvDomainUser"_s
             << QString() << QString();
@@ -133,9 +130,6 @@ private slots:
         QTest::newRow("advanced: Escape is Done")
             << u"acme"_s << u"click cmdAdvancedDomain; key Escape"_s << u"frameGrid"_s
             << u"lvDomainUser"_s << QString() << QString();
-        QTest::newRow("advanced: Return in the rate is Done")
-            << u"acme"_s << u"click cmdAdvancedDomain; focus cboRefreshRate; key Return"_s
-            << u"frameGrid"_s << u"lvDomainUser"_s << QString() << QString();
         QTest::newRow("free: Return sets the address")
             << u"demo"_s << u"focus txtVeltrioIP; key Return"_s << u"frameVeltrioDomain"_s
             << u"txtVeltrioIP"_s << u"RECORDADD"_s << done;
@@ -158,20 +152,6 @@ private slots:
         QTEST(KeyboardSteps::FocusName(), "focus");
         QTEST(commands(), "commands");
         QCOMPARE(m_seams->texts().value(0).section(u'\r', 0, 0).section(u'\n', 0, 0), asked);
-    }
-
-    // Space and Return on a help picture open the help page, as a click does.
-    void helpPicture_byKeyboard()
-    {
-        frmMain *w = activeWindow(u"acme"_s);
-        QVERIFY(w);
-        w->imgHelpGrid->setFocus();
-        QTest::keyClick(w->imgHelpGrid, Qt::Key_Space);
-        w->cmdAddGrid_Click();
-        QTest::keyClick(w->imgHelpDomain, Qt::Key_Return);
-        QCOMPARE(m_seams->opened.size(), 2);
-        QVERIFY(m_seams->opened.at(1).path() == "/help"_L1);
-        QVERIFY(!w->frameOtherDomain->isHidden());
     }
 
     // After a failed request, a new login says the service answered: green

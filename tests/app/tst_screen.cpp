@@ -43,17 +43,8 @@ double ratio(const QColor &a, const QColor &b)
 // A dark desktop's palette: light text on a dark grey window.
 QPalette darkPalette()
 {
-    QPalette p;
-    const QColor window(49, 54, 59), text(239, 240, 241), base(35, 38, 41);
-    p.setColor(QPalette::Window, window);
-    p.setColor(QPalette::WindowText, text);
-    p.setColor(QPalette::Base, base);
-    p.setColor(QPalette::AlternateBase, window);
-    p.setColor(QPalette::Text, text);
-    p.setColor(QPalette::Button, window);
-    p.setColor(QPalette::ButtonText, text);
-    p.setColor(QPalette::Highlight, QColor(61, 174, 233));
-    p.setColor(QPalette::HighlightedText, text);
+    QPalette p(QColor(49, 54, 59));
+    p.setColor(QPalette::WindowText, QColor(239, 240, 241));
     return p;
 }
 
