@@ -2,7 +2,6 @@
 
 #include "Foreground.h"
 
-#include "Icons.h"
 #include "PictureButton.h"
 #include "Seams.h"
 #include "ServiceConfig.h"
@@ -29,10 +28,8 @@ frmAbout::frmAbout(QWidget *parent) : QDialog(parent)
     Windows::Track(this);
     const int inner = kWidth - 2 * kMargin;
 
-    Image1 = new QLabel(this);
-    Image1->setObjectName(QStringLiteral("Image1"));
+    Image1 = new LogoLabel(QStringLiteral("Image1"), this);
     Twips::Move(Image1, kMargin, kMargin, 2700, 720);
-    Image1->setPixmap(Icons::Logo(Image1->size()));
 
     lblTitle = new QLabel(this);
     lblTitle->setObjectName(QStringLiteral("lblTitle"));
@@ -50,7 +47,7 @@ frmAbout::frmAbout(QWidget *parent) : QDialog(parent)
         new CaptionLabel(QStringLiteral("Label1"),
                          QStringLiteral("Click here to view the Veltrio Terms of Service"), this);
     Label1->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    Label1->setStyleSheet(QStringLiteral("color: #1f5fa8; text-decoration: underline;"));
+    MakeLink(Label1);
     Twips::Move(Label1, kMargin, 2430, inner, 330);
     connect(Label1, &CaptionLabel::clicked, this, &frmAbout::Label1_Click);
 
@@ -60,6 +57,9 @@ frmAbout::frmAbout(QWidget *parent) : QDialog(parent)
     Label2 = cmdOK->label();
     connect(cmdOK, &QPushButton::clicked, this, &frmAbout::cmdOK_Click);
     connect(Label2, &CaptionLabel::clicked, this, &frmAbout::Label2_Click);
+    // The box opens on OK: Return closes it, Tab reaches the link.
+    cmdOK->setDefault(true);
+    cmdOK->setFocus();
 
     setFixedSize(Twips::ToPixels(kWidth), Twips::ToPixels(2940 + 450 + kMargin));
     Form_Load();

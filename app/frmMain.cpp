@@ -4,8 +4,10 @@
 
 #include "AdvancedTab.h"
 #include "CSizer.h"
+#include "Contrast.h"
 #include "Foreground.h"
 #include "Icons.h"
+#include "Keyboard.h"
 #include "LoginExchange.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
@@ -26,6 +28,7 @@
 #include <QComboBox>
 #include <QFrame>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -33,6 +36,7 @@
 #include <QPointer>
 #include <QResizeEvent>
 #include <QScreen>
+#include <QStyle>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QTreeView>
@@ -51,7 +55,8 @@ constexpr int kExtraHeight = 850;
 constexpr int kPanelGap = 200; // between the status panel and the panel below
 
 constexpr int kTopHeight = 1995;
-constexpr int kButtonWidth = 1200;
+// Wide enough for "Update/Add" with room on both sides at any scale.
+constexpr int kButtonWidth = 1440;
 constexpr int kButtonHeight = 420;
 constexpr int kHelpSide = 360;
 constexpr int kRowHeight = 330;
@@ -544,7 +549,7 @@ void frmMain::CreateSizer()
     m_sizer = std::make_unique<CSizer>();
     m_sizer->Create(this);
     for (QWidget *label : {Label7, lblIPAddress, lblStatusH, lblStatus, Label11, lblUpTime, Label20,
-                           lblLastIPCheck, Label22, lblTimesIPChanged})
+                           lblLastIPCheck, Label22, lblTimesIPChanged, Label23, lblLastRefresh})
         m_sizer->Add(label, CSizer::MoveRight);
     m_sizer->Add(frmTop, CSizer::GrowWidth);
     m_sizer->Add(frmIPStatus, CSizer::GrowWidth);
@@ -571,6 +576,23 @@ void frmMain::Form_Resize()
         if (m_sizer)
             m_sizer->Resize();
     });
+}
+
+void frmMain::keyPressEvent(QKeyEvent *event)
+{
+    const bool enter = Keyboard::IsEnter(event);
+    const bool escape = Keyboard::IsEscape(event);
+    if (!frameOtherDomain->isHidden() && (enter || escape)) {
+        enter ? cmdServerIP_Click() : cmdCancel_Click();
+    } else if (!frameAdvanced->isHidden() && (enter || escape)) {
+        cmdOKAdvanced_Click();
+    } else if (!frameVeltrioDomain->isHidden() && enter) {
+        cmdVeltrioSetIP_Click();
+    } else {
+        QMainWindow::keyPressEvent(event);
+        return;
+    }
+    event->accept();
 }
 
 void frmMain::resizeEvent(QResizeEvent *event)
@@ -613,16 +635,20 @@ void frmMain::ShowFrame(const QString &sFrame)
 
         QFrame *panel = nullptr;
         int panelHeight = 0;
-        if (sFrame == QLatin1String("AdvancedDomain")) {
+        if (sFrame == QLatin1String("AdvancedDomain") || sFrame == QLatin1String("AdvancedFree")) {
+            // The short layout shows only the connection choices, "Done"
+            // moved up to their row; the free sub-domain's shortcuts below
+            // are then neither seen nor reached by Tab.
+            const bool free = sFrame == QLatin1String("AdvancedFree");
             panel = frameAdvanced;
-            panelHeight = kAdvancedDomainHeight;
-            // Only the connection choices: "Done" moves up to their row.
-            cmdOKAdvanced->place(kLastButtonLeft, kAdvancedRow2 - (kButtonHeight - kRowHeight) / 2,
+            panelHeight = free ? kAdvancedFreeHeight : kAdvancedDomainHeight;
+            for (QCheckBox *box :
+                 {chkFTP, chkWWW, chkIRC, chkTelnet, chkPCAW, chkVNC, chkMail, chkMX})
+                box->setVisible(free);
+            cmdOKAdvanced->place(kLastButtonLeft,
+                                 free ? panelHeight - 450
+                                      : kAdvancedRow2 - (kButtonHeight - kRowHeight) / 2,
                                  kButtonWidth, kButtonHeight);
-        } else if (sFrame == QLatin1String("AdvancedFree")) {
-            panel = frameAdvanced;
-            panelHeight = kAdvancedFreeHeight;
-            cmdOKAdvanced->place(kLastButtonLeft, panelHeight - 450, kButtonWidth, kButtonHeight);
         } else if (sFrame == QLatin1String("Veltrio")) {
             panel = frameVeltrioDomain;
             panelHeight = kFreeHeight;
@@ -640,13 +666,16 @@ void frmMain::ShowFrame(const QString &sFrame)
                 CreateSizer();
             }
             // The grid's layout grows from the size it was drawn for, never
-            // below it.
-            setMinimumSize(Twips::ToPixels(kStartWidth),
-                           Twips::ToPixels(kStartHeight) - menuBar()->sizeHint().height());
+            // below it, unless the screen is smaller (a high scale on a small
+            // screen): then it fits the screen.
+            setMinimumSize(QSize(Twips::ToPixels(kStartWidth),
+                                 Twips::ToPixels(kStartHeight) - menuBar()->sizeHint().height())
+                               .boundedTo(RoomOnScreen()));
             RestoreGridGeometry();
             frameGrid->show();
             setWindowState(m_gridWindowState);
             Form_Resize();
+            lvDomainUser->setFocus();
             return;
         }
         if (!panel)
@@ -660,6 +689,7 @@ void frmMain::ShowFrame(const QString &sFrame)
                     Twips::Height(frmTop));
         panel->show();
         setFixedSize(size());
+        Keyboard::FocusFirst(panel);
     });
 }
 
@@ -685,6 +715,9 @@ void frmMain::KeepOnScreen()
     const QSize least = minimumSize().expandedTo(QSize(1, 1));
     if (width() < least.width() || height() < least.height())
         resize(size().expandedTo(least));
+    // Nor larger than the screen, frame and all, where the size may change.
+    if (minimumSize() != maximumSize())
+        resize(size().boundedTo(RoomOnScreen()).expandedTo(least));
     const QScreen *screen = QGuiApplication::screenAt(frameGeometry().center());
     if (!screen)
         screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
@@ -692,8 +725,24 @@ void frmMain::KeepOnScreen()
         return;
     const QRect area = screen->availableGeometry();
     const QRect frame = frameGeometry();
-    if (!area.contains(frame.center()) || frame.top() < area.top())
+    if (!area.contains(frame.center()) || frame.top() < area.top() ||
+        frame.bottom() > area.bottom())
         move(area.center() - QPoint(frame.width() / 2, frame.height() / 2));
+}
+
+QSize frmMain::RoomOnScreen() const
+{
+    const QScreen *screen = QGuiApplication::screenAt(frameGeometry().center());
+    if (!screen)
+        screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
+    if (!screen)
+        return QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    // The frame is known once the window manager has put one round the
+    // window; before, a title bar of the style's height is assumed.
+    QSize frame = frameGeometry().size() - size();
+    if (frame.isNull() && !testAttribute(Qt::WA_WState_Visible))
+        frame = QSize(0, style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this));
+    return screen->availableGeometry().size() - frame;
 }
 
 void frmMain::Form_Load()
@@ -829,6 +878,10 @@ void frmMain::init()
 {
     Trap(QStringLiteral("frmMain.init()"), [&] {
         clsUser &user = User();
+        // A new session: its checks have yet to run.
+        lblLastIPCheck->clear();
+        lblLastRefresh->clear();
+        lblLastRefresh->setToolTip(QString());
         tmrAuto->start();
         m_engine->Start();
         lblIPAddress->setText(user.sIPAddress);
@@ -924,13 +977,17 @@ void frmMain::SetStatus(const QString &caption, int colour)
     lblStatus->setText(caption);
     lblStatus->setProperty("ForeColor", colour);
     // The colour is written blue-green-red: red in the lowest byte.
-    QPalette palette = lblStatus->palette();
-    palette.setColor(QPalette::WindowText,
-                     QColor(colour & 0xff, (colour >> 8) & 0xff, (colour >> 16) & 0xff));
-    lblStatus->setPalette(palette);
+    Contrast::KeepReadable(lblStatus,
+                           QColor(colour & 0xff, (colour >> 8) & 0xff, (colour >> 16) & 0xff));
 }
 
 void frmMain::SetWindowEnabled(bool enabled)
 {
+    // Disabling the window takes the focus away: it comes back to the
+    // control that had it once the command is over.
+    if (!enabled && isEnabled())
+        m_focusBeforeCommand = focusWidget();
     setEnabled(enabled);
+    if (enabled && m_focusBeforeCommand && m_focusBeforeCommand->isVisible() && !focusWidget())
+        m_focusBeforeCommand->setFocus();
 }

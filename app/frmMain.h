@@ -239,6 +239,11 @@ public slots:
     void mnuPopupExit_Click();
 
 protected:
+    // Return and Escape that no control took: the shown panel's own action
+    // (Update/Add, Done) and its way back (Cancel, Done).
+    void keyPressEvent(QKeyEvent *event) override;
+    // The grid's keys: Return edits the selected record, Delete deletes it.
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
@@ -270,8 +275,12 @@ private:
     void PrepareGrid();
     void ApplyUserLayout();
     void RestoreGridGeometry();
-    // Brings the window up to its least size and onto a screen.
+    // Brings the window up to its least size and onto a screen, and where
+    // the size may change, down to the screen's.
     void KeepOnScreen();
+    // The size inside the frame of a window that fills its screen's
+    // available area.
+    QSize RoomOnScreen() const;
     // Window geometry in twips (frame position, inner size).
     void SetWindowGeometryTwips(int left, int top, int width, int height);
     void ClearCurrentRecord();
@@ -311,4 +320,6 @@ private:
     qint64 m_upTimeStartMs = 0;
     // Records another process sent that the grid does not show yet.
     bool m_recordsToShow = false;
+    // Where the focus was when a command disabled the window.
+    QPointer<QWidget> m_focusBeforeCommand;
 };

@@ -85,6 +85,9 @@ void frmMain::EditGrid()
         txtCName->setText(sCurName);
         chkDomainAutoIP->setChecked(bCurAutoIP);
         ShowFrame(QStringLiteral("Domain"));
+        // An edit most often points the record elsewhere.
+        txtServerIP->setFocus();
+        txtServerIP->selectAll();
     });
 }
 
@@ -102,6 +105,8 @@ void frmMain::cmdAddGrid_Click()
     txtPort->clear();
     chkDomainAutoIP->setChecked(false);
     ShowFrame(QStringLiteral("Domain"));
+    // The domain and the type come filled in with the first of their lists.
+    txtCName->setFocus();
 }
 
 void frmMain::cmdCancel_Click()

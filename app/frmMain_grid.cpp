@@ -4,6 +4,7 @@
 
 #include "AutoIpMatcher.h"
 #include "AutoRefresh.h"
+#include "Keyboard.h"
 #include "RecordList.h"
 #include "RuntimeError.h"
 #include "TextRules.h"
@@ -13,10 +14,13 @@
 
 #include <QAbstractTableModel>
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QStringView>
 #include <QStyledItemDelegate>
+#include <QToolTip>
 #include <QTreeView>
 #include <algorithm>
 #include <array>
@@ -252,6 +256,29 @@ public:
         painter->drawLine(r.bottomLeft(), r.bottomRight());
         painter->restore();
     }
+
+    // A cell cut short (a long host name, a relay's URL) shows its whole
+    // text as a tool tip; one shown whole has none.
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override
+    {
+        if (event->type() != QEvent::ToolTip || !index.isValid())
+            return QStyledItemDelegate::helpEvent(event, view, option, index);
+        QStyleOptionViewItem item = option;
+        initStyleOption(&item, index);
+        const QStyle *style = view->style();
+        // The room the style draws the text in: its rectangle less a margin
+        // on both sides.
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, view) + 1;
+        const int room =
+            style->subElementRect(QStyle::SE_ItemViewItemText, &item, view).width() - 2 * margin;
+        if (item.fontMetrics.horizontalAdvance(item.text) <= room) {
+            QToolTip::hideText();
+            return true;
+        }
+        QToolTip::showText(event->globalPos(), item.text, view->viewport(), option.rect);
+        return true;
+    }
 };
 
 } // namespace
@@ -270,6 +297,7 @@ void frmMain::CreateGrid(QWidget *parent)
             lvDomainUser_Click();
     });
     connect(lvDomainUser, &QTreeView::doubleClicked, this, &frmMain::lvDomainUser_DblClick);
+    lvDomainUser->installEventFilter(this);
     connect(lvDomainUser->header(), &QHeaderView::sectionClicked, this,
             &frmMain::lvDomainUser_ColumnClick);
 }
@@ -415,6 +443,22 @@ void frmMain::lvDomainUser_Click()
 void frmMain::lvDomainUser_DblClick()
 {
     EditGrid();
+}
+
+bool frmMain::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == lvDomainUser && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (Keyboard::IsEnter(key)) {
+            EditGrid();
+            return true;
+        }
+        if (key->key() == Qt::Key_Delete && key->modifiers() == Qt::NoModifier) {
+            cmdDeleteGrid_Click();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void frmMain::lvDomainUser_ColumnClick(int column)

@@ -52,20 +52,30 @@ void frmMain::cmdServerIP_Click()
                          type != sCurRecordType || cboDomain->currentText() != sCurDomain ||
                          txtServerIP->text().toUpper() != sCurServerAddress.toUpper() ||
                          chkDomainAutoIP->isChecked() != bCurAutoIP || txtPort->text() != sCurPort;
+    bool deleted = false;
     if (!sCurDomain.isEmpty() && changed) {
         QString host = sCurName;
         // The record as the service holds it: a relay's URL keeps its port.
-        SendUserCommand(sCurDomain, host, basDNS::RecordDelete, sCurRecordType, sCurRecordValue,
-                        bCurAutoIP);
+        deleted = SendUserCommand(sCurDomain, host, basDNS::RecordDelete, sCurRecordType,
+                                  sCurRecordValue, bCurAutoIP);
     }
     if (changed) {
+        const QString typed = txtServerIP->text();
         if (type.toUpper() == QLatin1String("PORT RELAY")) {
             QString target = txtServerIP->text();
             txtServerIP->setText(basDNS::BuildRelayURL(target, txtPort->text()));
         }
         QString host = txtCName->text();
-        SendUserCommand(cboDomain->currentText(), host, basDNS::RecordAdd, type,
-                        txtServerIP->text(), chkDomainAutoIP->isChecked());
+        if (!SendUserCommand(cboDomain->currentText(), host, basDNS::RecordAdd, type,
+                             txtServerIP->text(), chkDomainAutoIP->isChecked())) {
+            // The editor stays with what was typed, to send again; once the
+            // old record is gone, that is an add.
+            txtServerIP->setText(typed);
+            if (deleted)
+                ClearCurrentRecord();
+            FillDomainUserGrid();
+            return;
+        }
     }
     ShowFrame(QStringLiteral("Grid"));
     FillDomainUserGrid();

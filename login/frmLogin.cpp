@@ -1,7 +1,9 @@
 #include "frmLogin.h"
 
 #include "AdvancedTab.h"
+#include "Contrast.h"
 #include "Icons.h"
+#include "Keyboard.h"
 #include "LoginExchange.h"
 #include "MainWindowPort.h"
 #include "PictureButton.h"
@@ -54,7 +56,8 @@ constexpr int kButtonWidth = 1440;
 constexpr int kButtonHeight = 450;
 constexpr int kHelpSide = 300;
 
-const char *const kLinkStyle = "color: #1f5fa8; text-decoration: underline;";
+// The expiry notice's red.
+const QColor kExpireColour(0xa0, 0x18, 0x18);
 
 frmLogin::AboutBoxFn &aboutBox()
 {
@@ -110,6 +113,11 @@ frmLogin::frmLogin(QWidget *parent) : QDialog(parent)
     frameAdvanced->hide();
     frmLoggingIn->hide();
     frameExpire->hide();
+    // Each panel's controls top to bottom, its help last.
+    Keyboard::SetTabOrder(
+        {txtUsername, txtPassword, chkSaveLogin, cmdLogin, cmdExit, llblRegister, imgHelpDomain});
+    Keyboard::SetTabOrder({cboPorts, chkSSL, cboRefreshRate, cmdOKAdvanced});
+    Keyboard::SetTabOrder({cmdExpireOK, lblExpire});
     txtUsername->setFocus();
 
     Form_Load();
@@ -202,7 +210,7 @@ void frmLogin::buildLoginPanel()
     llblRegister =
         new CaptionLabel(QStringLiteral("llblRegister"),
                          QStringLiteral("First Time Here? Please Register With Us. "), f);
-    llblRegister->setStyleSheet(QLatin1String(kLinkStyle));
+    MakeLink(llblRegister);
     Twips::Move(llblRegister, 0, 2580, kPanelWidth, 330);
     connect(llblRegister, &CaptionLabel::clicked, this, &frmLogin::llblRegister_Click);
 }
@@ -272,7 +280,13 @@ void frmLogin::buildExpirePanel()
                                                 "support to reactivate account..."),
                                  frameExpire);
     lblExpire->setWordWrap(true);
-    lblExpire->setStyleSheet(QStringLiteral("color: #a01818; font-weight: bold;"));
+    QFont bold = lblExpire->font();
+    bold.setBold(true);
+    lblExpire->setFont(bold);
+    Contrast::KeepReadable(lblExpire, kExpireColour);
+    // It opens the support page: reached by Tab after OK.
+    lblExpire->setCursor(Icons::Hand());
+    lblExpire->setKeyboardReachable(true);
     Twips::Move(lblExpire, 480, 480, kPanelWidth - 960, 1200);
     connect(lblExpire, &CaptionLabel::clicked, this, &frmLogin::lblExpire_Click);
 
@@ -289,6 +303,30 @@ void frmLogin::showOverPanel(QFrame *panel)
     panel->setGeometry(panel->x(), frmLoginFrame->y(), panel->width(), frmLoginFrame->height());
     panel->setVisible(true);
     panel->raise();
+    // What the panel covers can be neither reached by Tab nor typed into.
+    if (frmLoginFrame->isEnabled()) {
+        m_loginFocus = frmLoginFrame->focusWidget();
+        frmLoginFrame->setEnabled(false);
+    }
+    if (!Keyboard::FocusFirst(panel))
+        panel->setFocus();
+}
+
+void frmLogin::uncoverLoginPanel()
+{
+    for (QFrame *panel : {frameAdvanced, frmLoggingIn, frameExpire}) {
+        if (!panel->isHidden())
+            return;
+    }
+    frmLoginFrame->setEnabled(true);
+    QWidget *focus = m_loginFocus && frmLoginFrame->isAncestorOf(m_loginFocus) ? m_loginFocus.data()
+                                                                               : txtUsername;
+    focus->setFocus();
+}
+
+bool frmLogin::LoginPanelUp() const
+{
+    return frmLoginFrame->isVisible() && frmLoginFrame->isEnabled();
 }
 
 // --- Handlers ---------------------------------------------------------------------------------
@@ -308,12 +346,15 @@ void frmLogin::cmdLogin_Click()
     bBusy = true;
     const auto notBusy = qScopeGuard([this] { bBusy = false; });
 
+    // After a message the focus is in the box that wants filling in.
     if (basDNS::NullToEmpty(txtUsername->text()).isEmpty()) {
         Seams::MsgBox(QStringLiteral("You must enter a Username."));
+        txtUsername->setFocus();
         return;
     }
     if (basDNS::NullToEmpty(txtPassword->text()).isEmpty()) {
         Seams::MsgBox(QStringLiteral("You must enter a Password."));
+        txtPassword->setFocus();
         return;
     }
 
@@ -321,6 +362,7 @@ void frmLogin::cmdLogin_Click()
     const LoginExchange::Outcome outcome =
         LoginExchange::Run(txtUsername->text(), txtPassword->text());
     frmLoggingIn->setVisible(false);
+    uncoverLoginPanel();
     switch (outcome) {
     case LoginExchange::Outcome::ServerError:
         Seams::MsgBox(kServerError);
@@ -341,6 +383,9 @@ void frmLogin::cmdLogin_Click()
     clsUser &user = User();
     Program::bLoggedIn = true;
     Program::bSaveLogin = chkSaveLogin->isChecked();
+    // The service has just answered: the status and the tray say so until a
+    // request says otherwise.
+    basDNS::SetConnectionStatus(true);
 
     if (!user.sSubDomain.isEmpty()) {
         showOverPanel(frmLoggingIn);
@@ -397,6 +442,7 @@ void frmLogin::cmdOKAdvanced_Click()
     Trap(QStringLiteral("frmLogin.cmdOKAdvanced_Click()"), [&] {
         frmLoginFrame->setVisible(true);
         frameAdvanced->setVisible(false);
+        uncoverLoginPanel();
         // The service URL is left as it is: the new port counts from the
         // next time the settings are loaded or the SSL box is clicked.
         RegistryStore reg;
@@ -411,6 +457,7 @@ void frmLogin::cmdOKAdvanced_Click()
 void frmLogin::cmdExpireOK_Click()
 {
     frameExpire->setVisible(false);
+    uncoverLoginPanel();
 }
 
 void frmLogin::mnuAbout_Click()
@@ -477,24 +524,17 @@ void frmLogin::txtPassword_KeyDown(int keyCode, Qt::KeyboardModifiers)
 
 void frmLogin::Form_KeyDown(int keyCode, Qt::KeyboardModifiers)
 {
-    if (keyCode == 13 && frmLoginFrame->isVisible())
+    if (keyCode == 13 && LoginPanelUp())
         cmdLogin_Click();
 }
 
 // --- Keyboard and closing -----------------------------------------------------------------------
 
-namespace {
-bool isEnter(const QKeyEvent *event)
-{
-    return event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-}
-} // namespace
-
 bool frmLogin::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == txtPassword && event->type() == QEvent::KeyPress) {
         auto *key = static_cast<QKeyEvent *>(event);
-        if (isEnter(key)) {
+        if (Keyboard::IsEnter(key)) {
             txtPassword_KeyDown(13, key->modifiers());
             return true;
         }
@@ -504,14 +544,18 @@ bool frmLogin::eventFilter(QObject *watched, QEvent *event)
 
 void frmLogin::keyPressEvent(QKeyEvent *event)
 {
-    if (isEnter(event)) {
-        Form_KeyDown(13, event->modifiers());
+    // Return and Escape that no control took: on the login panel Return logs
+    // in; over it, both close the advanced panel and the expiry notice.
+    const bool enter = Keyboard::IsEnter(event);
+    if (enter || Keyboard::IsEscape(event)) {
         event->accept();
-        return;
-    }
-    // Escape does not close the window; only Exit and the title bar do.
-    if (event->key() == Qt::Key_Escape) {
-        event->accept();
+        if (enter && LoginPanelUp())
+            Form_KeyDown(13, event->modifiers());
+        else if (!frameExpire->isHidden())
+            cmdExpireOK_Click();
+        else if (!frameAdvanced->isHidden())
+            cmdOKAdvanced_Click();
+        // Escape never closes the window; only Exit and the title bar do.
         return;
     }
     QDialog::keyPressEvent(event);

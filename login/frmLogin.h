@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 #include <functional>
 
 class CaptionLabel;
@@ -74,6 +75,9 @@ public:
     // Set while a login runs; a second click in the meantime does nothing.
     bool bBusy = false;
 
+    // The login panel is up and no other panel covers it.
+    bool LoginPanelUp() const;
+
 public slots:
     void Form_Load();
     void cmdLogin_Click();
@@ -111,6 +115,12 @@ private:
     void buildExpirePanel();
     QFrame *makePanel(const char *name);
     // Brings a panel up over the login panel: the login frame's top and
-    // height, visible, in front.
+    // height, visible, in front, with the focus on its first control. The
+    // covered login panel is disabled meanwhile: Tab passes it by.
     void showOverPanel(QFrame *panel);
+    // Once no panel covers the login panel any more: enabled again, with
+    // the focus back where it was.
+    void uncoverLoginPanel();
+
+    QPointer<QWidget> m_loginFocus;
 };

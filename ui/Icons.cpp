@@ -1,6 +1,7 @@
 #include "Icons.h"
 
 #include <QApplication>
+#include <QFrame>
 #include <QIconEngine>
 #include <QLinearGradient>
 #include <QPainter>
@@ -40,25 +41,38 @@ void drawMark(QPainter &p, const QRectF &r, const QColor &fill)
 
 } // namespace
 
-QPixmap Picture(const QString &resourceName, const QSize &size)
+QPixmap Picture(const QString &resourceName, const QSize &size, qreal pixelRatio)
 {
-    QPixmap pm(size.isEmpty() ? QSize(80, 24) : size);
+    const QSize logical = size.isEmpty() ? QSize(80, 24) : size;
+    QPixmap pm(logical * pixelRatio);
+    pm.setDevicePixelRatio(pixelRatio);
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
     const bool down = resourceName == QLatin1String("ButtonDwn");
-    QLinearGradient g(0, 0, 0, pm.height());
+    QLinearGradient g(0, 0, 0, logical.height());
     g.setColorAt(0, down ? kBlueDark : kBlueLight);
     g.setColorAt(1, down ? kBlue : kBlueDark);
     p.setBrush(g);
     p.setPen(QPen(kBlueDark.darker(130), 1));
-    p.drawRoundedRect(QRectF(pm.rect()).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
+    p.drawRoundedRect(QRectF(QPointF(0, 0), QSizeF(logical)).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
     return pm;
 }
 
-QPixmap Logo(const QSize &size)
+QColor WordmarkColour()
 {
-    QPixmap pm(size);
+    return kBlueDark;
+}
+
+QColor LinkColour()
+{
+    return kBlue;
+}
+
+QPixmap Logo(const QSize &size, const QColor &wordmark, qreal pixelRatio)
+{
+    QPixmap pm(size * pixelRatio);
+    pm.setDevicePixelRatio(pixelRatio);
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     const int side = std::min(size.width(), size.height());
@@ -68,7 +82,7 @@ QPixmap Logo(const QSize &size)
         f.setBold(true);
         f.setPixelSize(std::max(10, side / 2));
         p.setFont(f);
-        p.setPen(kBlueDark);
+        p.setPen(wordmark);
         p.drawText(QRectF(side + 6, 0, size.width() - side - 6, side),
                    Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("Veltrio"));
     }
@@ -185,10 +199,56 @@ void drawChevrons(QPainter &p, const QRectF &r, const QColor &colour, bool down)
     }
 }
 
+// The line the base style draws round a panel, found by letting it draw
+// one into a few pixels at a ratio of one.
+QColor panelLine(const QStyle *base, const QStyleOption *option, const QWidget *widget)
+{
+    QImage probe(4, 4, QImage::Format_ARGB32_Premultiplied);
+    probe.fill(Qt::transparent);
+    QPainter p(&probe);
+    QStyleOption small(*option);
+    small.rect = probe.rect();
+    base->drawPrimitive(QStyle::PE_Frame, &small, &p, widget);
+    p.end();
+    return probe.pixelColor(0, 2);
+}
+
 class ProgramStyleImpl : public QProxyStyle
 {
 public:
     using QProxyStyle::QProxyStyle;
+
+    // At a fractional scale (1.25, 1.5) the base style's one-pixel panel
+    // lines fall between device pixels and parts of them drop out. There
+    // the same line is drawn as four strips of whole device pixels inside
+    // the panel.
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override
+    {
+        const QTransform toDevice = painter->deviceTransform();
+        const qreal scale = toDevice.m11();
+        if (element != PE_Frame || !qobject_cast<const QFrame *>(widget) ||
+            widget->inherits("QComboBoxPrivateContainer") || scale == std::floor(scale) ||
+            !toDevice.isAffine() || toDevice.m12() != 0 || toDevice.m21() != 0) {
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+            return;
+        }
+        const QTransform toLogical = toDevice.inverted();
+        const QRectF area = toDevice.mapRect(QRectF(option->rect));
+        const qreal left = std::ceil(area.left() - 0.01), top = std::ceil(area.top() - 0.01);
+        const qreal right = std::floor(area.right() + 0.01);
+        const qreal bottom = std::floor(area.bottom() + 0.01);
+        const qreal line = std::max<qreal>(1, std::round(scale));
+        const QRectF strips[] = {
+            QRectF(left, top, right - left, line), QRectF(left, bottom - line, right - left, line),
+            QRectF(left, top, line, bottom - top), QRectF(right - line, top, line, bottom - top)};
+        const QColor colour = panelLine(baseStyle(), option, widget);
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing, false);
+        for (const QRectF &strip : strips)
+            painter->fillRect(toLogical.mapRect(strip), colour);
+        painter->restore();
+    }
 
     QIcon standardIcon(StandardPixmap which, const QStyleOption *option,
                        const QWidget *widget) const override
@@ -219,15 +279,17 @@ QPixmap Help(int side)
     // question picture looks, drawn as lines rather than read from a file
     // or set in a font. Drawn once per size.
     side = std::max(side, 1);
-    const QString cacheKey = QStringLiteral("veltrio:help:%1").arg(side);
+    const qreal ratio = qGuiApp ? qGuiApp->devicePixelRatio() : 1.0;
+    const QString cacheKey = QStringLiteral("veltrio:help:%1:%2").arg(side).arg(ratio);
     QPixmap pm;
     if (QPixmapCache::find(cacheKey, &pm))
         return pm;
-    pm = QPixmap(side, side);
+    pm = QPixmap(QSize(side, side) * ratio);
+    pm.setDevicePixelRatio(ratio);
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
-    const QRectF r = QRectF(pm.rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QRectF r = QRectF(0, 0, side, side).adjusted(0.5, 0.5, -0.5, -0.5);
     const auto at = [&r](qreal x, qreal y) {
         return QPointF(r.left() + x * r.width(), r.top() + y * r.height());
     };

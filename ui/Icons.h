@@ -14,9 +14,16 @@ class QStyle;
 // plugin is loaded for them.
 namespace Icons {
 
-QPixmap Picture(const QString &resourceName, const QSize &size);
-QPixmap Logo(const QSize &size);
-// A question mark on a blue disc, side pixels square.
+// Pictures of size (in logical pixels) drawn for a screen of pixelRatio
+// device pixels to one.
+QPixmap Picture(const QString &resourceName, const QSize &size, qreal pixelRatio = 1.0);
+// The mark and the wordmark "Veltrio" beside it, in wordmark's colour.
+QPixmap Logo(const QSize &size, const QColor &wordmark, qreal pixelRatio = 1.0);
+QColor WordmarkColour();
+// The colour of the windows' web links.
+QColor LinkColour();
+// A question mark in a speech bubble, side logical pixels square, drawn at
+// the screens' highest pixel ratio.
 QPixmap Help(int side);
 // The mark in the program's colours. Drawn at the size asked for when it is
 // asked for (the window system asks for a tray icon's size, or a window

@@ -1,11 +1,15 @@
 #include "PictureButton.h"
 
+#include "Contrast.h"
 #include "Icons.h"
 #include "Twips.h"
 
 #include <QEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyleOptionFocusRect>
+#include <QStylePainter>
 
 CaptionLabel::CaptionLabel(const QString &objectName, const QString &caption, QWidget *parent)
     : QLabel(caption, parent)
@@ -32,16 +36,51 @@ void CaptionLabel::mouseReleaseEvent(QMouseEvent *event)
     QLabel::mouseReleaseEvent(event);
 }
 
+void CaptionLabel::setKeyboardReachable(bool reachable)
+{
+    setFocusPolicy(reachable ? Qt::StrongFocus : Qt::NoFocus);
+}
+
+void CaptionLabel::keyPressEvent(QKeyEvent *event)
+{
+    if (focusPolicy() != Qt::NoFocus && !event->isAutoRepeat() &&
+        (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
+         event->key() == Qt::Key_Enter)) {
+        event->accept();
+        emit clicked();
+        return;
+    }
+    QLabel::keyPressEvent(event);
+}
+
+void CaptionLabel::paintEvent(QPaintEvent *event)
+{
+    QLabel::paintEvent(event);
+    if (!hasFocus())
+        return;
+    QStylePainter painter(this);
+    QStyleOptionFocusRect option;
+    option.initFrom(this);
+    option.backgroundColor = palette().color(QPalette::Window);
+    painter.drawPrimitive(QStyle::PE_FrameFocusRect, option);
+}
+
 LogoLabel::LogoLabel(const QString &objectName, QWidget *parent) : QLabel(parent)
 {
     setObjectName(objectName);
+    Contrast::KeepReadable(this, Icons::WordmarkColour());
 }
 
 void LogoLabel::paintEvent(QPaintEvent *event)
 {
     QLabel::paintEvent(event);
-    if (m_logo.isNull() || m_logo.size() != size())
-        m_logo = Icons::Logo(size());
+    const QColor wordmark = palette().color(QPalette::WindowText);
+    const qreal ratio = devicePixelRatioF();
+    if (m_logo.isNull() || m_logo.deviceIndependentSize() != QSizeF(size()) ||
+        m_logo.devicePixelRatio() != ratio || m_wordmark != wordmark) {
+        m_logo = Icons::Logo(size(), wordmark, ratio);
+        m_wordmark = wordmark;
+    }
     QPainter painter(this);
     painter.drawPixmap(0, 0, m_logo);
 }
@@ -51,6 +90,18 @@ void NameHelpPicture(QWidget *picture)
     picture->setAccessibleName(QStringLiteral("Help"));
     picture->setAccessibleDescription(
         picture->toolTip().isEmpty() ? QStringLiteral("Help for this panel.") : picture->toolTip());
+    if (auto *acts = qobject_cast<CaptionLabel *>(picture))
+        acts->setKeyboardReachable(true);
+}
+
+void MakeLink(CaptionLabel *label)
+{
+    QFont font = label->font();
+    font.setUnderline(true);
+    label->setFont(font);
+    Contrast::KeepReadable(label, Icons::LinkColour());
+    label->setCursor(Icons::Hand());
+    label->setKeyboardReachable(true);
 }
 
 PictureButton::PictureButton(const QString &objectName, const QString &labelName,
@@ -61,6 +112,10 @@ PictureButton::PictureButton(const QString &objectName, const QString &labelName
     setFlat(true);
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
+    // Return and Enter click the button that has the focus, as Space does,
+    // in any window: a window's own Return (its default action) is for keys
+    // that no button took.
+    setAutoDefault(true);
     // The caption is drawn by a label over the picture: a screen reader
     // hears it from the button itself.
     QString name = caption;
@@ -102,7 +157,7 @@ void PictureButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(rect(), Icons::Picture(m_picture, size()));
+    painter.drawPixmap(rect(), Icons::Picture(m_picture, size(), devicePixelRatioF()));
     if (hasFocus()) {
         painter.setPen(QPen(Qt::white, 1, Qt::DotLine));
         painter.drawRoundedRect(rect().adjusted(3, 3, -4, -4), 3, 3);

@@ -1,3 +1,4 @@
+#include "KeyboardSteps.h"
 #include "MainWindowPort.h"
 #include "PictureButton.h"
 #include "RegistryStore.h"
@@ -267,6 +268,73 @@ private slots:
              {std::pair{"bSSL", "0"}, {"Port", "1400"}, {"RefreshRate", "75"}})
             QCOMPARE(reg.ReadValue(QLatin1String(name)), QLatin1String(value));
         QCOMPARE(Program::sServiceURL, url);
+    }
+
+    // The window at the keyboard: where the focus is after a message or
+    // when a panel comes up, where Tab goes from there (only what is on
+    // top), and Return, Space and Escape on the panels over the login.
+    void keys_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("panel"); // on top afterwards
+        QTest::addColumn<QString>("chain"); // Tab from the focused control
+        QTest::addColumn<QString>("opened");
+        const QString expired =
+            QStringLiteral("type txtUsername=expired; type txtPassword=expired; "
+                           "key Return");
+        const QString loginPanel = QStringLiteral(
+            "txtPassword,chkSaveLogin,cmdLogin,cmdExit,llblRegister,imgHelpDomain,txtUsername");
+        QTest::newRow("no password") << "type txtUsername=demo; key Return"
+                                     << "frmLogin" << loginPanel << "";
+        QTest::newRow("no user name")
+            << "type txtPassword=demo; key Return"
+            << "frmLogin"
+            << "txtUsername,txtPassword,chkSaveLogin,cmdLogin,cmdExit,llblRegister,imgHelpDomain"
+            << "";
+        QTest::newRow("expiry notice") << expired << "frameExpire"
+                                       << "cmdExpireOK,lblExpire"
+                                       << "";
+        QTest::newRow("expiry notice, Return")
+            << expired + QStringLiteral("; key Return") << "frmLogin" << loginPanel << "";
+        QTest::newRow("expiry notice, Space")
+            << expired + QStringLiteral("; key Space") << "frmLogin" << loginPanel << "";
+        QTest::newRow("expiry notice, Escape")
+            << expired + QStringLiteral("; key Escape") << "frmLogin" << loginPanel << "";
+        QTest::newRow("advanced panel") << "menu mnuAdvanced"
+                                        << "frameAdvanced"
+                                        << "cboPorts,chkSSL,cboRefreshRate,cmdOKAdvanced"
+                                        << "";
+        QTest::newRow("advanced panel, Return in the rate")
+            << "type txtPassword=x; menu mnuAdvanced; focus cboRefreshRate; key Return"
+            << "frmLogin" << loginPanel << "";
+        QTest::newRow("advanced panel, Escape")
+            << "type txtPassword=x; menu mnuAdvanced; key Escape"
+            << "frmLogin" << loginPanel << "";
+        QTest::newRow("links") << "focus llblRegister; key Space; focus imgHelpDomain; key Return"
+                               << "frmLogin"
+                               << "imgHelpDomain,txtUsername,txtPassword,"
+                                  "chkSaveLogin,cmdLogin,cmdExit,llblRegister"
+                               << "/services.asp,/help";
+    }
+    void keys()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, opened);
+        TestSeams seams;
+        m_login->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_login));
+        KeyboardSteps::Run(m_login, steps);
+        QFrame *top = m_login->frmLoginFrame;
+        for (QFrame *panel : {m_login->frameExpire, m_login->frameAdvanced})
+            top = panel->isVisible() ? panel : top;
+        QTEST(top->objectName(), "panel");
+        QTEST(KeyboardSteps::TabChain(top), "chain");
+        QStringList paths;
+        for (const QUrl &page : seams.opened)
+            paths << page.path();
+        QCOMPARE(paths.join(u','), opened);
+        // Only the expired account's login went out.
+        QCOMPARE(m_service.requests().size(), steps.contains(QLatin1String("expired")) ? 1 : 0);
     }
 
     void exitStopsAtTheMainWindow()
