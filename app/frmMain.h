@@ -134,9 +134,7 @@ public:
     QPointer<QMessageBox> refreshBox;
 
     // The grid's sort state: column (0-based), descending, and whether it sorts.
-    int SortKey() const { return m_sortKey; }
     bool SortDescending() const { return m_sortDescending; }
-    bool Sorted() const { return m_sorted; }
     void SetSort(int key, bool descending, bool sorted);
 
     // --- Start-up (frmMain.cpp) -----------------------------------------------------

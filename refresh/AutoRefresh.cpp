@@ -59,20 +59,6 @@ std::optional<Resend> ResendForRow(const GridRow &row, const QString &ip)
                   {row.domain, host, row.recordType, newValue}};
 }
 
-QString AutoIpList(const QList<GridRow> &rows)
-{
-    const QString fieldEnd = QStringLiteral(";;");
-    QString list;
-    for (const GridRow &row : rows) {
-        if (!IsAutoIPRow(row))
-            continue;
-        list += TextRules::Trim(row.domain) + fieldEnd + TextRules::Trim(row.recordType) +
-                fieldEnd + TextRules::Trim(HostToSend(row.host)) + fieldEnd +
-                TextRules::Trim(row.value) + QStringLiteral("~~");
-    }
-    return list;
-}
-
 bool ShouldAskService(bool autoIPTicked, bool bVeltrioOnly)
 {
     return (autoIPTicked && bVeltrioOnly) || !bVeltrioOnly;

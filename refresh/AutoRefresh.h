@@ -59,11 +59,6 @@ struct Resend
 // the address part of its URL and keeps the URL's port and path.
 std::optional<Resend> ResendForRow(const GridRow &row, const QString &ip);
 
-// The automatic rows as the settings store keeps them: per row the trimmed
-// domain, type, host (sent form) and value, the first three each followed by
-// ";;" and the last by "~~", one row after another.
-QString AutoIpList(const QList<GridRow> &rows);
-
 // Whether a due check asks the service for the address: always for an
 // account with its own domains; for an account with only the free
 // sub-domain when its automatic box is ticked.

@@ -24,8 +24,6 @@ public:
     // count past the 32-bit range an overflow error; neither is caught here.
     bool Tick(const QString &rateText);
 
-    qint32 Ticks() const { return m_ticks; }
-
 private:
     qint32 m_ticks;
 };

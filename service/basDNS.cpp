@@ -133,11 +133,6 @@ void PostRequest(const QString &query, QObject *context,
                                    Config().caCertificates, context, std::move(done), delivery);
 }
 
-int TransferTimeout()
-{
-    return ExchangeQueue::Instance().Deadline();
-}
-
 void SetTransferTimeout(int milliseconds)
 {
     ExchangeQueue::Instance().SetDeadline(milliseconds);

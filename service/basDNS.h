@@ -35,8 +35,7 @@ QString OpenRequest(const QString &query,
 void PostRequest(const QString &query, QObject *context,
                  std::function<void(const QString &reply)> done,
                  Transport::Delivery delivery = Transport::Delivery::MayRepeat);
-// The deadline of one exchange in milliseconds (60000 unless a test shortens it).
-int TransferTimeout();
+// The deadline of one exchange in milliseconds (60000 unless set).
 void SetTransferTimeout(int milliseconds);
 
 // The trimmed value after the first occurrence of the label up to the next

@@ -3,6 +3,7 @@
 // the record list after it.
 #include "AutoRefresh.h"
 #include "RecordList.h"
+#include "ReplacePlan.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -33,6 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     for (const AutoRefresh::GridRow &row : rows)
         AutoRefresh::ResendForRow(row, ip);
-    AutoRefresh::AutoIpList(rows);
+    ReplacePlan::AutomaticRows(records, records.toUpper());
+    ReplacePlan::Listed listed(records);
     return 0;
 }
