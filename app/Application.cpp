@@ -62,10 +62,10 @@ Application::StartUp Application::LoadMainWindow(frmMain &main)
         return StartUp::Exited;
     if (window && window->Started())
         return StartUp::Started;
-    basErr::LogOnly(QStringLiteral("frmMain.form_load()"),
-                    RuntimeError(ErrorNumber::Internal,
-                                 QStringLiteral("The start-up ended without a window; "
-                                                "the program ends.")));
+    basErr::LogOnly(
+        QStringLiteral("frmMain.form_load()"),
+        RuntimeError(ErrorNumber::Internal, QStringLiteral("The start-up ended without a window; "
+                                                           "the program ends.")));
     return StartUp::Failed;
 }
 

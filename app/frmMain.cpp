@@ -1,6 +1,7 @@
 // frmMain: construction and layout, the panel switch, start-up, init and the
 // free sub-domain's details.
 #include "frmMain.h"
+#include "SettingsNames.h"
 
 #include "AdvancedTab.h"
 #include "CSizer.h"
@@ -145,6 +146,16 @@ std::optional<int> settingNumber(const QString &text)
     if (value < -10'000'000.0 || value > 10'000'000.0)
         return std::nullopt;
     return static_cast<int>(value);
+}
+
+// The grid column a value name keeps the width of ("Col1" to "Col5"), or -1.
+int columnOf(const QString &name)
+{
+    for (int column = 0; column < 5; ++column) {
+        if (name.compare(Settings::ColumnWidth(column), Qt::CaseInsensitive) == 0)
+            return column;
+    }
+    return -1;
 }
 
 bool isNormalState(Qt::WindowStates state)
@@ -532,7 +543,7 @@ void frmMain::connectHandlers()
 
 QString frmMain::UserKey()
 {
-    return QStringLiteral("SOFTWARE\\Veltrio\\") + User().sUsername;
+    return Settings::AccountKey(User().sUsername);
 }
 
 void frmMain::SetWindowGeometryTwips(int left, int top, int width, int height)
@@ -620,14 +631,7 @@ void frmMain::ShowFrame(const QString &sFrame)
             if (isNormalState(windowState())) {
                 RegistryStore store;
                 store.SetKey(UserKey());
-                store.WriteValue(QStringLiteral("MainLeft"), Twips::Left(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainTop"), Twips::Top(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainWidth"), Twips::Width(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainHeight"), Twips::Height(this),
-                                 RegistryStore::Number);
+                SaveGeometry(store);
             }
             setWindowState(Qt::WindowNoState);
             SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), kStartWidth, kStartHeight);
@@ -693,14 +697,23 @@ void frmMain::ShowFrame(const QString &sFrame)
     });
 }
 
+void frmMain::SaveGeometry(RegistryStore &store)
+{
+    store.WriteValues(
+        {{QString(Settings::MainLeft.name), Twips::Left(this), RegistryStore::Number},
+         {QString(Settings::MainTop.name), Twips::Top(this), RegistryStore::Number},
+         {QString(Settings::MainWidth.name), Twips::Width(this), RegistryStore::Number},
+         {QString(Settings::MainHeight.name), Twips::Height(this), RegistryStore::Number}});
+}
+
 void frmMain::RestoreGridGeometry()
 {
     RegistryStore store;
     store.SetKey(UserKey());
-    const auto left = settingNumber(store.ReadValue(QStringLiteral("MainLeft")));
-    const auto top = settingNumber(store.ReadValue(QStringLiteral("MainTop")));
-    const auto width = settingNumber(store.ReadValue(QStringLiteral("MainWidth")));
-    const auto height = settingNumber(store.ReadValue(QStringLiteral("MainHeight")));
+    const auto left = settingNumber(store.ReadValue(Settings::MainLeft));
+    const auto top = settingNumber(store.ReadValue(Settings::MainTop));
+    const auto width = settingNumber(store.ReadValue(Settings::MainWidth));
+    const auto height = settingNumber(store.ReadValue(Settings::MainHeight));
     SetWindowGeometryTwips(left.value_or(Twips::Left(this)), top.value_or(Twips::Top(this)),
                            width.value_or(Twips::Width(this)),
                            height.value_or(Twips::Height(this)));
@@ -776,11 +789,11 @@ void frmMain::Form_Load()
         bool saved = false;
         {
             RegistryStore store;
-            store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
-            saved = store.ReadValue(QStringLiteral("bSaveLogin")) == QLatin1String("1");
+            store.SetKey(Settings::InitKey);
+            saved = store.ReadValue(Settings::bSaveLogin) == QLatin1String("1");
             if (saved) {
-                const QString user = store.ReadValue(QStringLiteral("Username"));
-                const QString password = store.ReadValue(QStringLiteral("Password"));
+                const QString user = store.ReadValue(Settings::Username);
+                const QString password = store.ReadValue(Settings::Password);
                 Program::bSaveLogin = true;
                 RunSavedLogin(user, password);
             }
@@ -839,36 +852,37 @@ void frmMain::ApplyUserLayout()
     store.SetKey(UserKey());
     const int count = store.ValueCount();
     for (int i = 1; i <= count; ++i) {
-        const QString name = store.ValueName(i).toLower();
+        const QString name = store.ValueName(i);
         const auto value = settingNumber(store.ReadValue(i));
         if (!value)
             continue;
         const int v = *value;
-        if (name == QLatin1String("mainleft")) {
+        const auto is = [&name](const Settings::Value &setting) {
+            return name.compare(setting.name, Qt::CaseInsensitive) == 0;
+        };
+        if (is(Settings::MainLeft)) {
             SetWindowGeometryTwips(v, Twips::Top(this), Twips::Width(this), Twips::Height(this));
-        } else if (name == QLatin1String("maintop")) {
+        } else if (is(Settings::MainTop)) {
             SetWindowGeometryTwips(Twips::Left(this), v, Twips::Width(this), Twips::Height(this));
-        } else if (name == QLatin1String("mainwidth")) {
+        } else if (is(Settings::MainWidth)) {
             if (v > 0)
                 SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), v, Twips::Height(this));
-        } else if (name == QLatin1String("mainheight")) {
+        } else if (is(Settings::MainHeight)) {
             if (v > 0)
                 SetWindowGeometryTwips(Twips::Left(this), Twips::Top(this), Twips::Width(this), v);
-        } else if (name == QLatin1String("windowstate")) {
+        } else if (is(Settings::WindowState)) {
             m_gridWindowState = v == 2   ? Qt::WindowMaximized
                                 : v == 1 ? Qt::WindowMinimized
                                          : Qt::WindowNoState;
-        } else if (name.size() == 4 && name.startsWith(QLatin1String("col")) &&
-                   name.at(3) >= QLatin1Char('1') && name.at(3) <= QLatin1Char('5')) {
+        } else if (const int column = columnOf(name); column >= 0) {
             if (v >= 0)
-                lvDomainUser->header()->resizeSection(name.at(3).digitValue() - 1,
-                                                      Twips::ToPixels(v));
-        } else if (name == QLatin1String("sortcol")) {
+                lvDomainUser->header()->resizeSection(column, Twips::ToPixels(v));
+        } else if (is(Settings::SortCol)) {
             if (v >= 0 && v < lvDomainUser->model()->columnCount())
                 SetSort(v, m_sortDescending, m_sorted);
-        } else if (name == QLatin1String("sortorder")) {
+        } else if (is(Settings::SortOrder)) {
             SetSort(m_sortKey, v == 1, m_sorted);
-        } else if (name == QLatin1String("sorted")) {
+        } else if (is(Settings::Sorted)) {
             SetSort(m_sortKey, m_sortDescending, v != 0);
         }
     }
@@ -905,7 +919,7 @@ void frmMain::init()
         } else {
             user.bVeltrioOnly = false;
             mnuAddDomain->setVisible(true);
-            Program::sAutoIPList = store.ReadValue(QStringLiteral("AutoIPs"));
+            Program::sAutoIPList = store.ReadValue(Settings::AutoIPs);
             ShowFrame(QStringLiteral("Grid"));
             show();
             FillRecordTypes();
@@ -933,18 +947,19 @@ void frmMain::LoadFreeUserInfo()
         store.SetKey(UserKey());
 
         bLoadingFreeInfo = true;
-        const std::pair<const char *, QCheckBox *> shortcuts[] = {
-            {"bMX", chkMX},   {"bFTP", chkFTP}, {"bMail", chkMail}, {"bTelnet", chkTelnet},
-            {"bVNC", chkVNC}, {"bWWW", chkWWW}, {"bIRC", chkIRC},   {"bPCAW", chkPCAW}};
+        const std::pair<Settings::Value, QCheckBox *> shortcuts[] = {
+            {Settings::bMX, chkMX},         {Settings::bFTP, chkFTP},  {Settings::bMail, chkMail},
+            {Settings::bTelnet, chkTelnet}, {Settings::bVNC, chkVNC},  {Settings::bWWW, chkWWW},
+            {Settings::bIRC, chkIRC},       {Settings::bPCAW, chkPCAW}};
         for (const auto &[name, box] : shortcuts) {
-            if (store.ReadValue(QLatin1String(name)) == QLatin1String("1"))
+            if (store.IsSet(name))
                 box->setChecked(true);
         }
         bLoadingFreeInfo = false;
-        if (store.ReadValue(QStringLiteral("bAutoIP")) == QLatin1String("1"))
+        if (store.ReadValue(Settings::bAutoIP) == QLatin1String("1"))
             chkAutoIP->setChecked(true);
 
-        txtVeltrioIP->setText(store.ReadValue(QStringLiteral("IPAddress")));
+        txtVeltrioIP->setText(store.ReadValue(Settings::IPAddress));
         if (txtVeltrioIP->text().isEmpty())
             txtVeltrioIP->setText(user.sIPAddress);
         user.sIPAddress = txtVeltrioIP->text();

@@ -25,6 +25,7 @@ class QMessageBox;
 class QSystemTrayIcon;
 class QTimer;
 class QTreeView;
+class RegistryStore;
 class DomainUserModel;
 class frmLogin;
 
@@ -273,6 +274,9 @@ private:
     void PrepareGrid();
     void ApplyUserLayout();
     void RestoreGridGeometry();
+    // The window's place and size (frame position, inner size) in twips, in
+    // one write.
+    void SaveGeometry(RegistryStore &store);
     // Brings the window up to its least size and onto a screen, and where
     // the size may change, down to the screen's.
     void KeepOnScreen();

@@ -1,4 +1,5 @@
 // frmMain: saving the settings, the close check, log-off and the menus.
+#include "SettingsNames.h"
 #include "frmMain.h"
 
 #include "RegistryStore.h"
@@ -58,12 +59,14 @@ void frmMain::SaveSettings()
                 basDNS::DNSTickler(user.sSubDomain, host, basDNS::RecordDelete, user.sRecordType,
                                    txtVeltrioIP->text(), true, chkAutoIP->isChecked());
             }
-            const std::pair<const char *, QCheckBox *> boxes[] = {
-                {"bAutoIP", chkAutoIP}, {"bMX", chkMX},         {"bFTP", chkFTP},
-                {"bMail", chkMail},     {"bTelnet", chkTelnet}, {"bVNC", chkVNC},
-                {"bWWW", chkWWW},       {"bIRC", chkIRC},       {"bPCAW", chkPCAW}};
+            const std::pair<Settings::Value, QCheckBox *> boxes[] = {
+                {Settings::bAutoIP, chkAutoIP}, {Settings::bMX, chkMX},
+                {Settings::bFTP, chkFTP},       {Settings::bMail, chkMail},
+                {Settings::bTelnet, chkTelnet}, {Settings::bVNC, chkVNC},
+                {Settings::bWWW, chkWWW},       {Settings::bIRC, chkIRC},
+                {Settings::bPCAW, chkPCAW}};
             for (const auto &[name, box] : boxes)
-                store.WriteValue(QLatin1String(name), checkValue(box), RegistryStore::Number);
+                store.WriteValue(name, checkValue(box));
         }
         // The automatic marks ("AutoIps") and the free sub-domain's address
         // ("IPAddress") are in the settings already: the refresh engine
@@ -77,43 +80,32 @@ void frmMain::SaveSettings()
             const Qt::WindowStates state = windowState();
             const bool minimized = state & Qt::WindowMinimized;
             const bool maximized = state & (Qt::WindowMaximized | Qt::WindowFullScreen);
-            if (!minimized && !maximized) {
-                store.WriteValue(QStringLiteral("MainLeft"), Twips::Left(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainTop"), Twips::Top(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainWidth"), Twips::Width(this),
-                                 RegistryStore::Number);
-                store.WriteValue(QStringLiteral("MainHeight"), Twips::Height(this),
-                                 RegistryStore::Number);
-            }
+            if (!minimized && !maximized)
+                SaveGeometry(store);
             if (!minimized)
-                store.WriteValue(QStringLiteral("WindowState"), maximized ? 2 : 0,
-                                 RegistryStore::Number);
+                store.WriteValue(Settings::WindowState, maximized ? 2 : 0);
         }
 
         const QHeaderView *header = lvDomainUser->header();
         for (int i = 0; i < 5; ++i)
-            store.WriteValue(QStringLiteral("Col%1").arg(i + 1),
-                             Twips::FromPixels(header->sectionSize(i)), RegistryStore::Number);
-        store.WriteValue(QStringLiteral("SortCol"), m_sortKey, RegistryStore::Number);
-        store.WriteValue(QStringLiteral("SortOrder"), m_sortDescending ? 1 : 0,
-                         RegistryStore::Number);
-        store.WriteValue(QStringLiteral("Sorted"), m_sorted ? 1 : 0, RegistryStore::Number);
+            store.WriteValue(Settings::ColumnWidth(i), Twips::FromPixels(header->sectionSize(i)),
+                             RegistryStore::Number);
+        store.WriteValue(Settings::SortCol, m_sortKey);
+        store.WriteValue(Settings::SortOrder, m_sortDescending ? 1 : 0);
+        store.WriteValue(Settings::Sorted, m_sorted ? 1 : 0);
 
-        store.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+        store.SetKey(Settings::InitKey);
         if (!Program::bSaveLogin) {
             // The saved user name and password stay; only the flag goes.
-            store.WriteValue(QStringLiteral("bSaveLogin"), 0, RegistryStore::Number);
+            store.WriteValue(Settings::bSaveLogin, 0);
         } else {
-            store.WriteValue(QStringLiteral("bSaveLogin"), 1, RegistryStore::Number);
-            store.WriteValue(QStringLiteral("Username"), user.sUsername, RegistryStore::Text);
-            store.WriteValue(QStringLiteral("Password"), user.sPassword, RegistryStore::Text);
+            store.WriteValue(Settings::bSaveLogin, 1);
+            store.WriteValue(Settings::Username, user.sUsername);
+            store.WriteValue(Settings::Password, user.sPassword);
         }
-        store.WriteValue(QStringLiteral("bSSL"), checkValue(chkSSL), RegistryStore::Number);
-        store.WriteValue(QStringLiteral("Port"), cboPorts->currentText(), RegistryStore::Text);
-        store.WriteValue(QStringLiteral("RefreshRate"), cboRefreshRate->currentText(),
-                         RegistryStore::Text);
+        store.WriteValue(Settings::bSSL, checkValue(chkSSL));
+        store.WriteValue(Settings::Port, cboPorts->currentText());
+        store.WriteValue(Settings::RefreshRate, cboRefreshRate->currentText());
     });
 }
 

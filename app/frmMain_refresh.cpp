@@ -1,6 +1,7 @@
 // The main window's automatic refresh, the free sub-domain's service
 // shortcuts, and its life in the tray.
 
+#include "SettingsNames.h"
 #include "frmMain.h"
 
 #include "AdvancedTab.h"
@@ -420,7 +421,7 @@ void frmMain::mnuPopupShow_Click()
             return;
         RegistryStore store;
         store.SetKey(UserKey());
-        const QString saved = store.ReadValue(QStringLiteral("WindowState"));
+        const QString saved = store.ReadValue(Settings::WindowState);
         setWindowState(windowStateFromNumber(TextRules::Val(saved)));
         show();
         raise();

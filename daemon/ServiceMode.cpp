@@ -1,4 +1,5 @@
 #include "ServiceMode.h"
+#include "SettingsNames.h"
 
 #include "AdvancedSettings.h"
 #include "ExchangeQueue.h"
@@ -20,12 +21,11 @@
 
 namespace {
 
-const QString kInitKey = QStringLiteral("SOFTWARE\\Veltrio\\Init");
 const QString kLogLabel = QStringLiteral("veltrio-dnsd.Refresh()");
 
 QString accountKey()
 {
-    return QStringLiteral("SOFTWARE\\Veltrio\\") + User().sUsername;
+    return Settings::AccountKey(User().sUsername);
 }
 
 } // namespace
@@ -199,11 +199,11 @@ QString ServiceMode::settingsName()
 std::optional<int> ServiceMode::logIn()
 {
     RegistryStore store;
-    store.SetKey(kInitKey);
-    m_savedUser = store.ReadValue(QStringLiteral("Username")).trimmed();
-    m_savedPassword = store.ReadValue(QStringLiteral("Password")).trimmed();
-    if (store.ReadValue(QStringLiteral("bSaveLogin")) != QLatin1String("1") ||
-        m_savedUser.isEmpty() || m_savedPassword.isEmpty()) {
+    store.SetKey(Settings::InitKey);
+    m_savedUser = store.ReadValue(Settings::Username).trimmed();
+    m_savedPassword = store.ReadValue(Settings::Password).trimmed();
+    if (store.ReadValue(Settings::bSaveLogin) != QLatin1String("1") || m_savedUser.isEmpty() ||
+        m_savedPassword.isEmpty()) {
         line(QStringLiteral("No saved login in %1: log in once with veltrio-dns and tick "
                             "\"Save Login\".")
                  .arg(settingsName()));
@@ -249,7 +249,7 @@ std::optional<int> ServiceMode::logIn()
         user.sRecordType = QStringLiteral("A");
         RegistryStore section;
         section.SetKey(accountKey());
-        const QString saved = section.ReadValue(QStringLiteral("IPAddress"));
+        const QString saved = section.ReadValue(Settings::IPAddress);
         if (!saved.isEmpty())
             user.sIPAddress = saved;
     }
@@ -264,9 +264,9 @@ void ServiceMode::loadSettings()
     Program::sServiceURL = basDNS::StoredServiceURL();
     RegistryStore section;
     section.SetKey(accountKey());
-    m_autoIP = section.ReadValue(QStringLiteral("bAutoIP")) == QLatin1String("1");
+    m_autoIP = section.ReadValue(Settings::bAutoIP) == QLatin1String("1");
     if (!user.bVeltrioOnly)
-        Program::sAutoIPList = section.ReadValue(QStringLiteral("AutoIPs"));
+        Program::sAutoIPList = section.ReadValue(Settings::AutoIPs);
 }
 
 void ServiceMode::printAutomaticRecords()
@@ -419,10 +419,10 @@ void ServiceMode::Reload()
     if (m_stopping || !m_started)
         return;
     RegistryStore store;
-    store.SetKey(kInitKey);
-    const QString user = store.ReadValue(QStringLiteral("Username")).trimmed();
-    const QString password = store.ReadValue(QStringLiteral("Password")).trimmed();
-    if (store.ReadValue(QStringLiteral("bSaveLogin")) != QLatin1String("1") || user.isEmpty() ||
+    store.SetKey(Settings::InitKey);
+    const QString user = store.ReadValue(Settings::Username).trimmed();
+    const QString password = store.ReadValue(Settings::Password).trimmed();
+    if (store.ReadValue(Settings::bSaveLogin) != QLatin1String("1") || user.isEmpty() ||
         password.isEmpty()) {
         const QString failure =
             QStringLiteral("%1: no saved login in %2 now; going on with the settings read before")

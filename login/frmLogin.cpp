@@ -1,4 +1,5 @@
 #include "frmLogin.h"
+#include "SettingsNames.h"
 
 #include "AdvancedTab.h"
 #include "Contrast.h"
@@ -40,8 +41,6 @@ const QString kInvalidLogin =
     QStringLiteral("Invalid Username or Password.") + QStringLiteral("\r\n\r\n") +
     QStringLiteral("If you are a new user you must register using the First Time Here hyperlink "
                    "on the login screen. Registration is free for basic Sub-Domain usage.");
-
-const QString kInitKey = QStringLiteral("SOFTWARE\\Veltrio\\Init");
 
 // Layout, in twips. The four panels share one place below the menu bar.
 constexpr int kMargin = 120;
@@ -446,11 +445,10 @@ void frmLogin::cmdOKAdvanced_Click()
         // The service URL is left as it is: the new port counts from the
         // next time the settings are loaded or the SSL box is clicked.
         RegistryStore reg;
-        reg.SetKey(kInitKey);
-        reg.WriteValue(QStringLiteral("bSSL"), chkSSL->isChecked() ? 1 : 0, RegistryStore::Number);
-        reg.WriteValue(QStringLiteral("Port"), cboPorts->currentText(), RegistryStore::Text);
-        reg.WriteValue(QStringLiteral("RefreshRate"), cboRefreshRate->currentText(),
-                       RegistryStore::Text);
+        reg.SetKey(Settings::InitKey);
+        reg.WriteValue(Settings::bSSL, chkSSL->isChecked() ? 1 : 0);
+        reg.WriteValue(Settings::Port, cboPorts->currentText());
+        reg.WriteValue(Settings::RefreshRate, cboRefreshRate->currentText());
     });
 }
 

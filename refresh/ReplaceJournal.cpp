@@ -2,20 +2,21 @@
 
 #include "RecordList.h"
 #include "RegistryStore.h"
+#include "SettingsNames.h"
 
 #include <QSet>
 
 namespace ReplaceJournal {
 namespace {
 
-const QString kAutoIPs = QStringLiteral("AutoIps");
-const QString kAddress = QStringLiteral("IPAddress");
-const QString kReplaces = QStringLiteral("Replaces");
-const QString kPendingAdds = QStringLiteral("PendingAdds");
-
 QString sectionOf(const QString &account)
 {
-    return QStringLiteral("SOFTWARE\\Veltrio\\") + account;
+    return Settings::AccountKey(account);
+}
+
+RegistryStore::Value valueOf(const Settings::Value &setting, const QString &data)
+{
+    return {setting.name, data, setting.type};
 }
 
 // A record's four fields in the record list's order: domain, type, host,
@@ -79,10 +80,10 @@ AccountState Load(const QString &account)
     RegistryStore store;
     store.SetKey(sectionOf(account));
     AccountState state;
-    state.autoIPList = store.ReadValue(kAutoIPs);
-    state.freeAddress = store.ReadValue(kAddress);
-    state.replaces = journalOf(store.ReadValue(kReplaces));
-    for (const QString &piece : RecordList::Split(store.ReadValue(kPendingAdds))) {
+    state.autoIPList = store.ReadValue(Settings::AutoIPs);
+    state.freeAddress = store.ReadValue(Settings::IPAddress);
+    state.replaces = journalOf(store.ReadValue(Settings::Replaces));
+    for (const QString &piece : RecordList::Split(store.ReadValue(Settings::PendingAdds))) {
         const QStringList fields = piece.split(RecordList::FieldSeparator);
         if (fields.size() == 4 && !fields[0].isEmpty())
             state.replaces.append({{}, recordAt(fields, 0), true});
@@ -94,16 +95,16 @@ void Save(const QString &account, const AccountState &before, const AccountState
 {
     QList<RegistryStore::Value> values;
     if (after.autoIPList != before.autoIPList)
-        values.append({kAutoIPs, after.autoIPList, RegistryStore::Text});
+        values.append(valueOf(Settings::AutoIpsWritten, after.autoIPList));
     if (after.freeAddress != before.freeAddress)
-        values.append({kAddress, after.freeAddress, RegistryStore::Text});
+        values.append(valueOf(Settings::IPAddress, after.freeAddress));
     if (after.replaces != before.replaces) {
-        values.append({kReplaces, journalText(after.replaces), RegistryStore::Text});
+        values.append(valueOf(Settings::Replaces, journalText(after.replaces)));
         // What an earlier version owed is in the journal now.
         RegistryStore store;
         store.SetKey(sectionOf(account));
-        if (!store.ReadValue(kPendingAdds).isEmpty())
-            values.append({kPendingAdds, QString(), RegistryStore::Text});
+        if (!store.ReadValue(Settings::PendingAdds).isEmpty())
+            values.append(valueOf(Settings::PendingAdds, QString()));
     }
     if (values.isEmpty())
         return;

@@ -1,4 +1,5 @@
 #include "AdvancedSettings.h"
+#include "SettingsNames.h"
 
 #include "RegistryStore.h"
 #include "RuntimeError.h"
@@ -10,7 +11,6 @@
 
 namespace basDNS {
 namespace {
-const QString kInitKey = QStringLiteral("SOFTWARE\\Veltrio\\Init");
 // The longest rate either list offers, in seconds.
 constexpr double kLongestRate = 120;
 } // namespace
@@ -32,18 +32,18 @@ std::optional<QString> RefreshRateFromStored(const QString &stored)
 QString StoredRefreshRate(bool bVeltrioOnly)
 {
     RegistryStore reg;
-    reg.SetKey(kInitKey);
-    return RefreshRateFromStored(reg.ReadValue(QStringLiteral("RefreshRate")))
+    reg.SetKey(Settings::InitKey);
+    return RefreshRateFromStored(reg.ReadValue(Settings::RefreshRate))
         .value_or(bVeltrioOnly ? QStringLiteral("90") : QStringLiteral("60"));
 }
 
 QString StoredServiceURL()
 {
     RegistryStore reg;
-    reg.SetKey(kInitKey);
-    if (reg.ReadValue(QStringLiteral("bSSL")) == QLatin1String("1"))
+    reg.SetKey(Settings::InitKey);
+    if (reg.ReadValue(Settings::bSSL) == QLatin1String("1"))
         return HttpsURL();
-    const QString port = reg.ReadValue(QStringLiteral("Port"));
+    const QString port = reg.ReadValue(Settings::Port);
     return PlainURL(TextRules::IsNumeric(port) ? port : QStringLiteral("80"));
 }
 

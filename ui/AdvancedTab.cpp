@@ -1,4 +1,5 @@
 #include "AdvancedTab.h"
+#include "SettingsNames.h"
 
 #include "AdvancedSettings.h"
 #include "RegistryStore.h"
@@ -46,7 +47,7 @@ void LoadAdvancedTabSettings(QWidget *window)
 {
     Trap(QStringLiteral("basDNS.LoadAdvancedTabSettings()"), [&] {
         RegistryStore reg;
-        reg.SetKey(QStringLiteral("SOFTWARE\\Veltrio\\Init"));
+        reg.SetKey(Settings::InitKey);
 
         QComboBox *cboPorts = control<QComboBox>(window, "cboPorts");
         FillComboFromList(cboPorts, QStringLiteral("80,1400,8080"));
@@ -64,17 +65,17 @@ void LoadAdvancedTabSettings(QWidget *window)
         // is shown as stored, even below a free account's own list. A rate
         // that cannot be used (no finite number, or beyond the lists' longest
         // rate: no check would ever come) falls back to 90.
-        if (const auto rate = RefreshRateFromStored(reg.ReadValue(QStringLiteral("RefreshRate"))))
+        if (const auto rate = RefreshRateFromStored(reg.ReadValue(Settings::RefreshRate)))
             showText(cboRefreshRate, *rate);
 
         QCheckBox *chkSSL = control<QCheckBox>(window, "chkSSL");
-        if (reg.ReadValue(QStringLiteral("bSSL")) == QLatin1String("1"))
+        if (reg.ReadValue(Settings::bSSL) == QLatin1String("1"))
             chkSSL->setChecked(true);
 
         // The login window has no chkService: with "bRunAsService" set, the
         // procedure ends here on that window and the service URL is left as
         // the window set it.
-        if (reg.ReadValue(QStringLiteral("bRunAsService")) == QLatin1String("1"))
+        if (reg.ReadValue(Settings::bRunAsService) == QLatin1String("1"))
             control<QCheckBox>(window, "chkService")->setChecked(true);
 
         if (chkSSL->isChecked()) {
@@ -82,7 +83,7 @@ void LoadAdvancedTabSettings(QWidget *window)
             Program::sServiceURL = HttpsURL();
         } else {
             showText(cboPorts, QStringLiteral("80"));
-            const QString port = reg.ReadValue(QStringLiteral("Port"));
+            const QString port = reg.ReadValue(Settings::Port);
             if (TextRules::IsNumeric(port))
                 showText(cboPorts, port);
             Program::sServiceURL = PlainURL(cboPorts->currentText());
