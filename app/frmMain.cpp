@@ -1,9 +1,8 @@
 // frmMain: construction and layout, the panel switch, start-up, init and the
 // free sub-domain's details.
 #include "frmMain.h"
-#include "SettingsNames.h"
 
-#include "AdvancedTab.h"
+#include "AdvancedPanel.h"
 #include "CSizer.h"
 #include "Contrast.h"
 #include "Foreground.h"
@@ -14,6 +13,7 @@
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "Twips.h"
 #include "Version.h"
@@ -461,7 +461,7 @@ void frmMain::buildAdvancedPanel(QWidget *central)
                         frameAdvanced, right);
     Twips::Move(Label17, kLabelLeft, kAdvancedRow2, captionWidth, kRowHeight);
     cboRefreshRate = makeCombo(QStringLiteral("cboRefreshRate"), frameAdvanced);
-    basDNS::KeepNumeric(cboRefreshRate);
+    AdvancedPanel::KeepNumeric(cboRefreshRate);
     Twips::Move(cboRefreshRate, fieldLeft, kAdvancedRow2, 1100, kRowHeight);
 
     chkSSL =
@@ -909,7 +909,7 @@ void frmMain::init()
 
         RegistryStore store;
         store.SetKey(UserKey());
-        basDNS::LoadAdvancedTabSettings(this);
+        AdvancedPanel::LoadAdvancedTabSettings(this);
 
         if (user.sSubDomain > QString()) {
             user.bVeltrioOnly = true;
@@ -932,8 +932,8 @@ void frmMain::init()
 
 void frmMain::FillRecordTypes()
 {
-    basDNS::FillComboFromList(cboDomain, User().sDomainList);
-    basDNS::FillComboFromList(cboRecordType, User().sRecordTypeList);
+    AdvancedPanel::FillComboFromList(cboDomain, User().sDomainList);
+    AdvancedPanel::FillComboFromList(cboRecordType, User().sRecordTypeList);
     if (User().sUserLevel == QLatin1String("5"))
         cboRecordType->addItem(QStringLiteral("Port Relay"));
 }

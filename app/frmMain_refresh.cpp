@@ -4,7 +4,7 @@
 #include "SettingsNames.h"
 #include "frmMain.h"
 
-#include "AdvancedTab.h"
+#include "AdvancedPanel.h"
 #include "Foreground.h"
 #include "Icons.h"
 #include "RefreshStatus.h"
@@ -58,7 +58,7 @@ void frmMain::tmrAuto_Timer()
 
 QString frmMain::RefreshRateText() const
 {
-    return basDNS::NumericText(cboRefreshRate);
+    return AdvancedPanel::NumericText(cboRefreshRate);
 }
 
 bool frmMain::AutoIPTicked() const

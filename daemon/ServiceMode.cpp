@@ -1,7 +1,6 @@
 #include "ServiceMode.h"
-#include "SettingsNames.h"
 
-#include "AdvancedSettings.h"
+#include "ConnectionChoices.h"
 #include "ExchangeQueue.h"
 #include "LoginExchange.h"
 #include "RefreshStatus.h"
@@ -9,6 +8,7 @@
 #include "ReplacePlan.h"
 #include "RuntimeError.h"
 #include "ServiceConfig.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
@@ -209,7 +209,7 @@ std::optional<int> ServiceMode::logIn()
                  .arg(settingsName()));
         return SettingsUnusable;
     }
-    Program::sServiceURL = basDNS::StoredServiceURL();
+    Program::sServiceURL = ConnectionChoices::StoredServiceURL();
     LoginExchange::Outcome outcome = LoginExchange::Outcome::ServerError;
     try {
         outcome = LoginExchange::Run(m_savedUser, m_savedPassword);
@@ -260,8 +260,8 @@ std::optional<int> ServiceMode::logIn()
 void ServiceMode::loadSettings()
 {
     const clsUser &user = User();
-    m_rate = basDNS::StoredRefreshRate(user.bVeltrioOnly);
-    Program::sServiceURL = basDNS::StoredServiceURL();
+    m_rate = ConnectionChoices::StoredRefreshRate(user.bVeltrioOnly);
+    Program::sServiceURL = ConnectionChoices::StoredServiceURL();
     RegistryStore section;
     section.SetKey(accountKey());
     m_autoIP = section.ReadValue(Settings::bAutoIP) == QLatin1String("1");

@@ -1,7 +1,6 @@
 #include "frmLogin.h"
-#include "SettingsNames.h"
 
-#include "AdvancedTab.h"
+#include "AdvancedPanel.h"
 #include "Contrast.h"
 #include "Icons.h"
 #include "Keyboard.h"
@@ -12,6 +11,7 @@
 #include "RuntimeError.h"
 #include "Seams.h"
 #include "ServiceConfig.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "Twips.h"
 #include "Windows.h"
@@ -242,7 +242,7 @@ void frmLogin::buildAdvancedPanel()
     Label17 = caption("Label17", QStringLiteral("Refresh Rate (seconds):"), f);
     Twips::Move(Label17, kCaptionLeft, 1410, captionWidth, kRowHeight);
     cboRefreshRate = portList("cboRefreshRate", f);
-    basDNS::KeepNumeric(cboRefreshRate);
+    AdvancedPanel::KeepNumeric(cboRefreshRate);
     Twips::Move(cboRefreshRate, boxLeft, 1410, boxWidth, kRowHeight);
 
     cmdOKAdvanced = new PictureButton(QStringLiteral("cmdOKAdvanced"), QStringLiteral("Label18"),
@@ -335,7 +335,7 @@ void frmLogin::Form_Load()
     // The port-less plain URL first: it stays when loading the settings
     // ends early on this window (it has no chkService).
     Program::sServiceURL = basDNS::PlainURL();
-    basDNS::LoadAdvancedTabSettings(this);
+    AdvancedPanel::LoadAdvancedTabSettings(this);
 }
 
 void frmLogin::cmdLogin_Click()

@@ -1,9 +1,9 @@
-#include "AdvancedTab.h"
-#include "SettingsNames.h"
+#include "AdvancedPanel.h"
 
-#include "AdvancedSettings.h"
+#include "ConnectionChoices.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
@@ -17,7 +17,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace basDNS {
+namespace AdvancedPanel {
 namespace {
 
 // A control the procedure expects on the window; a window without it fails
@@ -65,7 +65,8 @@ void LoadAdvancedTabSettings(QWidget *window)
         // is shown as stored, even below a free account's own list. A rate
         // that cannot be used (no finite number, or beyond the lists' longest
         // rate: no check would ever come) falls back to 90.
-        if (const auto rate = RefreshRateFromStored(reg.ReadValue(Settings::RefreshRate)))
+        if (const auto rate =
+                ConnectionChoices::RefreshRateFromStored(reg.ReadValue(Settings::RefreshRate)))
             showText(cboRefreshRate, *rate);
 
         QCheckBox *chkSSL = control<QCheckBox>(window, "chkSSL");
@@ -80,13 +81,13 @@ void LoadAdvancedTabSettings(QWidget *window)
 
         if (chkSSL->isChecked()) {
             cboPorts->setEnabled(false);
-            Program::sServiceURL = HttpsURL();
+            Program::sServiceURL = basDNS::HttpsURL();
         } else {
             showText(cboPorts, QStringLiteral("80"));
             const QString port = reg.ReadValue(Settings::Port);
             if (TextRules::IsNumeric(port))
                 showText(cboPorts, port);
-            Program::sServiceURL = PlainURL(cboPorts->currentText());
+            Program::sServiceURL = basDNS::PlainURL(cboPorts->currentText());
         }
     });
 }
@@ -147,4 +148,4 @@ QString NumericText(const QComboBox *combo)
     return text.isEmpty() ? combo->property(kLastNumber).toString() : text;
 }
 
-} // namespace basDNS
+} // namespace AdvancedPanel

@@ -1,4 +1,4 @@
-#include "AdvancedTab.h"
+#include "AdvancedPanel.h"
 #include "RegistryStore.h"
 #include "ServiceConfig.h"
 #include "TestSeams.h"
@@ -84,7 +84,7 @@ private slots:
         if (withService)
             service.setParent(&window);
 
-        basDNS::LoadAdvancedTabSettings(&window);
+        AdvancedPanel::LoadAdvancedTabSettings(&window);
         const QStringList want = expected.split(u'|');
         QCOMPARE(rates->currentText(), want[0]);
         QCOMPARE(rates->count(), freeAccount ? 4 : 10);
@@ -126,7 +126,7 @@ private slots:
         QFETCH(int, state);
         QComboBox combo;
         combo.setEditable(true);
-        basDNS::KeepNumeric(&combo);
+        AdvancedPanel::KeepNumeric(&combo);
         const QValidator *validator = combo.lineEdit()->validator();
         QVERIFY(validator);
         int pos = 0;
@@ -136,12 +136,12 @@ private slots:
     void fillComboFromListKeepsEmptyPieces()
     {
         QComboBox combo;
-        basDNS::FillComboFromList(&combo, QStringLiteral("A,,MX,"));
+        AdvancedPanel::FillComboFromList(&combo, QStringLiteral("A,,MX,"));
         QCOMPARE(combo.count(), 4);
-        basDNS::FillComboFromList(&combo, QString());
+        AdvancedPanel::FillComboFromList(&combo, QString());
         QCOMPARE(combo.count(), 0);
     }
 };
 
 QTEST_MAIN(TestAdvancedTab)
-#include "tst_advancedtab.moc"
+#include "tst_advancedpanel.moc"

@@ -6,7 +6,7 @@
 // The connection choices of the settings store's "Init" key, read without a
 // window: the refresh rate and the service URL that the advanced panels show
 // and set.
-namespace basDNS {
+namespace ConnectionChoices {
 
 // What a stored refresh rate text shows: nothing (the default stays) when it
 // is not numeric; "60" for a rate below a minute; the text as stored for a
@@ -23,4 +23,4 @@ QString StoredRefreshRate(bool bVeltrioOnly);
 // else the plain one on the stored numeric "Port" (80 when there is none).
 QString StoredServiceURL();
 
-} // namespace basDNS
+} // namespace ConnectionChoices

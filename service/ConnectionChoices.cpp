@@ -1,15 +1,15 @@
-#include "AdvancedSettings.h"
-#include "SettingsNames.h"
+#include "ConnectionChoices.h"
 
 #include "RegistryStore.h"
 #include "RuntimeError.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
 
 #include <cmath>
 
-namespace basDNS {
+namespace ConnectionChoices {
 namespace {
 // The longest rate either list offers, in seconds.
 constexpr double kLongestRate = 120;
@@ -42,9 +42,9 @@ QString StoredServiceURL()
     RegistryStore reg;
     reg.SetKey(Settings::InitKey);
     if (reg.ReadValue(Settings::bSSL) == QLatin1String("1"))
-        return HttpsURL();
+        return basDNS::HttpsURL();
     const QString port = reg.ReadValue(Settings::Port);
-    return PlainURL(TextRules::IsNumeric(port) ? port : QStringLiteral("80"));
+    return basDNS::PlainURL(TextRules::IsNumeric(port) ? port : QStringLiteral("80"));
 }
 
-} // namespace basDNS
+} // namespace ConnectionChoices

@@ -6,7 +6,7 @@ class QComboBox;
 class QWidget;
 
 // The connection choices shown on both the login and the main window.
-namespace basDNS {
+namespace AdvancedPanel {
 
 // Fills the window's cboPorts, cboRefreshRate, chkSSL and chkService (found
 // by object name) from the "Init" settings and points sServiceURL at the
@@ -24,4 +24,4 @@ void KeepNumeric(QComboBox *combo);
 // last number it showed.
 QString NumericText(const QComboBox *combo);
 
-} // namespace basDNS
+} // namespace AdvancedPanel
