@@ -256,81 +256,103 @@ bool ApplyTicklerReply(const QString &reply, const QString &domain, const QStrin
     return true;
 }
 
-bool DNSTickler(const QString &domain, QString &host, const QString &command,
-                const QString &recordType, const QString &address, bool bShowMessages, bool bAutoIP)
+namespace {
+
+// What both record commands share: the main window disabled while it waits,
+// the common error trap, the command sent once, and its outcome told. On
+// success, succeeded applies the reply to the session and gives the text of
+// the box; on failure, failed gives the box's text from the service's
+// "Error:" value, and the status follows the box.
+bool sendRecordCommand(const QString &label, const std::function<QString()> &query,
+                       bool bShowMessages,
+                       const std::function<QString(const QString &reply)> &succeeded,
+                       const std::function<QString(const QString &error)> &failed,
+                       const QString &failureTitle)
 {
     bool result = false;
     WindowDisabled disabled;
-    Trap(QStringLiteral("basDNS.DNSTickler()"), [&] {
-        if (host.isEmpty())
-            host = QStringLiteral("@");
-        const QString reply = OpenRequest(TicklerQuery(domain, host, command, recordType, address),
-                                          Transport::Delivery::AtMostOnce);
-        const bool removing = command == RecordDelete;
+    Trap(label, [&] {
+        const QString reply = OpenRequest(query(), Transport::Delivery::AtMostOnce);
         if (IsSuccess(reply)) {
-            ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
+            const QString text = succeeded(reply);
             if (bShowMessages)
-                Seams::MsgBox(QStringLiteral("Transaction Complete:\nIP ") +
-                                  (removing ? QStringLiteral("Removed") : QStringLiteral("Set")) +
-                                  QStringLiteral(" for Name:") + host +
-                                  QStringLiteral(" IPAddress:") + address,
-                              Seams::Buttons::Ok, MessageTitle);
+                Seams::MsgBox(text, Seams::Buttons::Ok, MessageTitle);
             result = true;
         } else {
-            // The status follows the box, as the service's refusal is read first.
             if (bShowMessages)
-                Seams::MsgBox(QStringLiteral("Could not ") +
-                                  (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
-                                  QStringLiteral(" IP.  ") +
-                                  GetReplyValue(reply, QStringLiteral("Error:")),
-                              Seams::Buttons::Ok, Seams::DefaultTitle());
-            ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
-            result = false;
+                Seams::MsgBox(failed(GetReplyValue(reply, QStringLiteral("Error:"))),
+                              Seams::Buttons::Ok, failureTitle);
+            SetConnectionStatus(false);
         }
     });
     return result;
 }
 
+QString removedOrSet(const QString &command)
+{
+    return command == RecordDelete ? QStringLiteral("Removed") : QStringLiteral("Set");
+}
+
+QString removeOrSet(const QString &command)
+{
+    return command == RecordDelete ? QStringLiteral("Remove") : QStringLiteral("Set");
+}
+
+} // namespace
+
+bool DNSTickler(const QString &domain, QString &host, const QString &command,
+                const QString &recordType, const QString &address, bool bShowMessages, bool bAutoIP)
+{
+    return sendRecordCommand(
+        QStringLiteral("basDNS.DNSTickler()"),
+        [&] {
+            if (host.isEmpty())
+                host = QStringLiteral("@");
+            return TicklerQuery(domain, host, command, recordType, address);
+        },
+        bShowMessages,
+        [&](const QString &reply) {
+            ApplyTicklerReply(reply, domain, host, command, recordType, address, bAutoIP);
+            return QStringLiteral("Transaction Complete:\nIP ") + removedOrSet(command) +
+                   QStringLiteral(" for Name:") + host + QStringLiteral(" IPAddress:") + address;
+        },
+        [&](const QString &error) {
+            return QStringLiteral("Could not ") + removeOrSet(command) + QStringLiteral(" IP.  ") +
+                   error;
+        },
+        Seams::DefaultTitle());
+}
+
 bool DNSTicklerAdvanced(const QString &domain, QString &host, const QString &command,
                         const QString &recordType, const QString &address, bool bShowMessages)
 {
-    bool result = false;
-    WindowDisabled disabled;
-    Trap(QStringLiteral("basDNS.DNSTicklerAdvanced()"), [&] {
-        if (host.isEmpty())
-            host = QStringLiteral("@");
-        clsUser &user = User();
-        const QString reply = OpenRequest(
-            QStringLiteral("?FXN=DNSTicklerAdvanced&Usr=") + user.sUsername +
-                QStringLiteral("&Pwd=") + user.sPassword + QStringLiteral("&Cname=") + host +
-                QLatin1Char('.') + user.sUsername + QStringLiteral("&Domain=") + domain +
-                QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") +
-                recordType + QStringLiteral("&IPAddress=") + address,
-            Transport::Delivery::AtMostOnce);
-        const bool removing = command == RecordDelete;
-        const QString fullName =
-            host + QLatin1Char('.') + user.sUsername + QLatin1Char('.') + domain;
-        if (IsSuccess(reply)) {
+    const clsUser &user = User();
+    const auto fullName = [&] {
+        return host + QLatin1Char('.') + user.sUsername + QLatin1Char('.') + domain;
+    };
+    return sendRecordCommand(
+        QStringLiteral("basDNS.DNSTicklerAdvanced()"),
+        [&] {
+            if (host.isEmpty())
+                host = QStringLiteral("@");
+            return QStringLiteral("?FXN=DNSTicklerAdvanced&Usr=") + user.sUsername +
+                   QStringLiteral("&Pwd=") + user.sPassword + QStringLiteral("&Cname=") + host +
+                   QLatin1Char('.') + user.sUsername + QStringLiteral("&Domain=") + domain +
+                   QStringLiteral("&DNSCommand=") + command + QStringLiteral("&RecordType=") +
+                   recordType + QStringLiteral("&IPAddress=") + address;
+        },
+        bShowMessages,
+        [&](const QString &reply) {
             SetConnectionStatus(true);
             takeRecordList(reply);
-            if (bShowMessages)
-                Seams::MsgBox(QStringLiteral("Transaction Complete:\n") + fullName +
-                                  QLatin1Char(' ') +
-                                  (removing ? QStringLiteral("Removed") : QStringLiteral("Set")),
-                              Seams::Buttons::Ok, MessageTitle);
-            result = true;
-        } else {
-            if (bShowMessages)
-                Seams::MsgBox(QStringLiteral("Could not ") +
-                                  (removing ? QStringLiteral("Remove ") : QStringLiteral("Set ")) +
-                                  fullName + QLatin1Char(' ') +
-                                  GetReplyValue(reply, QStringLiteral("Error:")),
-                              Seams::Buttons::Ok, MessageTitle);
-            SetConnectionStatus(false);
-            result = false;
-        }
-    });
-    return result;
+            return QStringLiteral("Transaction Complete:\n") + fullName() + QLatin1Char(' ') +
+                   removedOrSet(command);
+        },
+        [&](const QString &error) {
+            return QStringLiteral("Could not ") + removeOrSet(command) + QLatin1Char(' ') +
+                   fullName() + QLatin1Char(' ') + error;
+        },
+        MessageTitle);
 }
 
 namespace {
