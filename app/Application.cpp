@@ -24,10 +24,7 @@ Application::Application(int &argc, char **argv) : QApplication(argc, argv)
 
 void Application::SetNames()
 {
-    QCoreApplication::setApplicationName(QStringLiteral("VeltrioDNS"));
-    QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
-    QCoreApplication::setApplicationVersion(Version::MajorMinor() + QLatin1Char('.') +
-                                            QString::number(Version::Revision()));
+    Version::NameTheProgram();
 }
 
 namespace {

@@ -942,7 +942,7 @@ void frmMain::LoadFreeUserInfo()
 {
     Trap(QStringLiteral("frmMain.LoadFreeUserInfo()"), [&] {
         clsUser &user = User();
-        user.sDomain = user.sSubDomain;
+        const QString address = LoginExchange::FreeRecordAddress();
         RegistryStore store;
         store.SetKey(UserKey());
 
@@ -959,16 +959,12 @@ void frmMain::LoadFreeUserInfo()
         if (store.ReadValue(Settings::bAutoIP) == QLatin1String("1"))
             chkAutoIP->setChecked(true);
 
-        txtVeltrioIP->setText(store.ReadValue(Settings::IPAddress));
-        if (txtVeltrioIP->text().isEmpty())
-            txtVeltrioIP->setText(user.sIPAddress);
-        user.sIPAddress = txtVeltrioIP->text();
-        user.sRecordType = QStringLiteral("A");
+        txtVeltrioIP->setText(address);
+        user.sIPAddress = address;
 
         // The sub-domain points at the service's own server while the client
         // is away; point it back at this machine, where the next start
         // points it too.
-        const QString address = txtVeltrioIP->text();
         if (LoginExchange::RepointFreeRecord(address, true, chkAutoIP->isChecked())) {
             try {
                 m_engine->FreeRecordSet(address);

@@ -240,19 +240,11 @@ std::optional<int> ServiceMode::logIn()
     case LoginExchange::Outcome::Success:
         break;
     }
-    clsUser &user = User();
-    Program::bLoggedIn = true;
-    Program::bSaveLogin = true;
-    user.bVeltrioOnly = !user.sSubDomain.isEmpty();
-    if (user.bVeltrioOnly) {
-        user.sDomain = user.sSubDomain;
-        user.sRecordType = QStringLiteral("A");
-        RegistryStore section;
-        section.SetKey(accountKey());
-        const QString saved = section.ReadValue(Settings::IPAddress);
-        if (!saved.isEmpty())
-            user.sIPAddress = saved;
-    }
+    LoginExchange::SessionStarted(true);
+    // As the window's start decides it.
+    User().bVeltrioOnly = !User().sSubDomain.isEmpty();
+    if (User().bVeltrioOnly)
+        User().sIPAddress = LoginExchange::FreeRecordAddress();
     loadSettings();
     return std::nullopt;
 }

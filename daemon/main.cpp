@@ -12,10 +12,7 @@
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("VeltrioDNS"));
-    QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
-    QCoreApplication::setApplicationVersion(Version::MajorMinor() + QLatin1Char('.') +
-                                            QString::number(Version::Revision()));
+    Version::NameTheProgram();
 
     const ProgramOptions options =
         ProgramOptions::Parse(QCoreApplication::arguments(), ProgramOptions::Program::ServiceMode);

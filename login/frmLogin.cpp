@@ -379,9 +379,8 @@ void frmLogin::cmdLogin_Click()
         break;
     }
 
-    clsUser &user = User();
-    Program::bLoggedIn = true;
-    Program::bSaveLogin = chkSaveLogin->isChecked();
+    const clsUser &user = User();
+    LoginExchange::SessionStarted(chkSaveLogin->isChecked());
     // The service has just answered: the status and the tray say so until a
     // request says otherwise.
     basDNS::SetConnectionStatus(true);

@@ -1,9 +1,11 @@
 #include "LoginExchange.h"
 
 #include "DateRules.h"
+#include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
 #include "ServiceConfig.h"
+#include "SettingsNames.h"
 #include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
@@ -74,6 +76,23 @@ Outcome Run(const QString &userName, const QString &password)
     if (expires && *expires < Seams::Now())
         return Outcome::Expired;
     return Outcome::Success;
+}
+
+void SessionStarted(bool saveLogin)
+{
+    Program::bLoggedIn = true;
+    Program::bSaveLogin = saveLogin;
+}
+
+QString FreeRecordAddress()
+{
+    clsUser &user = User();
+    user.sDomain = user.sSubDomain;
+    user.sRecordType = QStringLiteral("A");
+    RegistryStore section;
+    section.SetKey(Settings::AccountKey(user.sUsername));
+    const QString saved = section.ReadValue(Settings::IPAddress);
+    return saved.isEmpty() ? user.sIPAddress : saved;
 }
 
 bool RepointFreeRecord(QString address, bool bShowMessages, bool bAutoIP)

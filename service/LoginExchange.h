@@ -27,6 +27,13 @@ enum class Outcome {
 // 253 characters, a list beyond 64 KiB) is cut, and the log says so.
 Outcome Run(const QString &user, const QString &password);
 
+// After a login that worked: the program-wide flags say so, and an account
+// with a free sub-domain has its own record named (domain sSubDomain, type
+// "A"). The address that record is to point at: the one the settings keep
+// from the last run, else the one the login reported.
+void SessionStarted(bool saveLogin);
+QString FreeRecordAddress();
+
 // After the login of an account with a free sub-domain: while no client runs
 // for it, the service points the account's own record at the service's
 // server; that record is removed and one for address set (with the AutoIP

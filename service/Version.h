@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 
 // The program's version, set once in the build: major.minor and a revision
@@ -29,6 +30,17 @@ inline QString MajorMinor()
 inline QString LoginCaption()
 {
     return QStringLiteral("Login  version ") + MajorMinor();
+}
+
+// Gives the application object the program's names and version: where Qt
+// keeps the settings and data of "Veltrio"'s "VeltrioDNS", whichever of the
+// programs runs.
+inline void NameTheProgram()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("VeltrioDNS"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Veltrio"));
+    QCoreApplication::setApplicationVersion(MajorMinor() + QLatin1Char('.') +
+                                            QString::number(Revision()));
 }
 
 } // namespace Version
