@@ -1,5 +1,6 @@
 #include "RegistryStore.h"
 
+#include "IniScan.h"
 #include "RuntimeError.h"
 #include "TextRules.h"
 
@@ -39,106 +40,12 @@ QString &fileOverride()
 // to the instance that parsed it; later instances reuse the parsed keys. The
 // files found broken are remembered with their size and time, so that every
 // store on them sees the same (empty) content until the file changes.
-struct FileStamp
-{
-    qint64 size = -1;
-    QDateTime modified;
-    bool operator==(const FileStamp &) const = default;
-};
-
-FileStamp stampOf(const QString &file)
-{
-    const QFileInfo info(file);
-    return info.exists() ? FileStamp{info.size(), info.lastModified()} : FileStamp{};
-}
+using IniScan::FileStamp;
 
 QHash<QString, FileStamp> &brokenFiles()
 {
     static QHash<QString, FileStamp> files;
     return files;
-}
-
-// Whether the raw text of an INI value, as QSettings unescapes it, starts
-// with "@" (one "@" only: "@@" is an "@" kept as text). Quotes, blanks and a
-// hexadecimal or octal escape of the "@" are seen through.
-bool startsWithAt(QByteArray value)
-{
-    value = value.trimmed();
-    if (value.startsWith('"'))
-        value = value.mid(1);
-    unsigned first = value.isEmpty() ? 0 : static_cast<unsigned char>(value.at(0));
-    qsizetype next = 1;
-    if (first == '\\' && value.size() > 1) {
-        // A hexadecimal or octal escape of any length: QSettings keeps its
-        // last 16 bits, and so does this.
-        const bool hex = value.at(1) == 'x' || value.at(1) == 'X';
-        const unsigned base = hex ? 16 : 8;
-        qsizetype end = hex ? 2 : 1;
-        unsigned code = 0;
-        bool digits = false;
-        for (; end < value.size(); ++end) {
-            const char c = value.at(end);
-            const int digit = hex ? QByteArray(1, c).toInt(nullptr, 16) : c - '0';
-            const bool isDigit =
-                hex ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '7';
-            if (!isDigit)
-                break;
-            code = (code * base + static_cast<unsigned>(digit)) & 0xFFFF;
-            digits = true;
-        }
-        first = digits ? code : 0;
-        next = end;
-    }
-    return first == '@' && !value.mid(next).startsWith('@');
-}
-
-// Whether any element of an INI value starts with "@": QSettings reads an
-// unquoted comma as a list of elements and rebuilds each on its own.
-bool anyElementStartsWithAt(const QByteArray &value)
-{
-    bool quoted = false;
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        if (i == 0 || (!quoted && value.at(i - 1) == ',')) {
-            if (startsWithAt(value.mid(i)))
-                return true;
-        }
-        if (value.at(i) == '\\')
-            ++i; // an escaped character, a quote among them
-        else if (value.at(i) == '"')
-            quoted = !quoted;
-    }
-    return false;
-}
-
-// Whether an INI file holds a value QSettings would rebuild as an object
-// ("@Variant(...)", "@ByteArray(...)" and the like): this program never
-// writes one (a text that starts with "@" is stored as "@@"), and rebuilding
-// a crafted one can ask for gigabytes. Such a file is not ours to read. Each
-// file is looked through once per version of it.
-bool holdsSerializedObjects(const QString &file)
-{
-    static QHash<QString, std::pair<FileStamp, bool>> checked;
-    const FileStamp stamp = stampOf(file);
-    const auto known = checked.constFind(file);
-    if (known != checked.cend() && known->first == stamp)
-        return known->second;
-    bool found = false;
-    QFile ini(file);
-    if (ini.open(QIODevice::ReadOnly)) {
-        while (!found && !ini.atEnd()) {
-            QByteArray line = ini.readLine();
-            // A line that ends in a backslash goes on in the next one.
-            while (line.trimmed().endsWith('\\') && !ini.atEnd()) {
-                line = line.trimmed();
-                line.chop(1);
-                line += ini.readLine().trimmed();
-            }
-            const qsizetype equals = line.indexOf('=');
-            found = equals > 0 && anyElementStartsWithAt(line.mid(equals + 1));
-        }
-    }
-    checked.insert(file, {stamp, found});
-    return found;
 }
 
 QString encodeName(const QString &name)
@@ -271,12 +178,13 @@ struct RegistryStore::Private
     {
         if (iniFile.isEmpty())
             return false;
-        if (settings->status() == QSettings::FormatError || holdsSerializedObjects(iniFile)) {
-            brokenFiles().insert(iniFile, stampOf(iniFile));
+        if (settings->status() == QSettings::FormatError ||
+            IniScan::HoldsSerializedObjects(iniFile)) {
+            brokenFiles().insert(iniFile, IniScan::StampOf(iniFile));
             return true;
         }
         const auto known = brokenFiles().constFind(iniFile);
-        return known != brokenFiles().cend() && *known == stampOf(iniFile);
+        return known != brokenFiles().cend() && *known == IniScan::StampOf(iniFile);
     }
 
     // The existing group the selected key names (letter case ignored, as
