@@ -192,18 +192,18 @@ frmMain::frmMain(QWidget *parent) : QMainWindow(parent)
     tmrTimes->setObjectName(QStringLiteral("tmrTimes"));
     tmrTimes->setInterval(1000);
     m_engine = new RefreshEngine(*this, this);
-    m_engine->SetRefresher(&m_refresher);
+    m_engine->SetAccountLocks(&m_locks);
 
     buildTray();
     connectHandlers();
     connectRefreshAndTray();
-    SetMainWindow(this);
+    RegisterMainWindow(this);
 }
 
 frmMain::~frmMain()
 {
-    if (MainWindow() == this)
-        SetMainWindow(nullptr);
+    if (RegisteredMainWindow() == this)
+        RegisterMainWindow(nullptr);
     cSysTrayOn->hide();
     cSysTrayOff->hide();
     cSysTrayOn->deleteLater();
@@ -762,7 +762,7 @@ void frmMain::Form_Load()
 {
     QPointer<frmMain> self(this);
     Trap(QStringLiteral("frmMain.form_load()"), [&] {
-        Program::bSkipClosePrompt = false;
+        ProgramWide::bSkipClosePrompt = false;
         bLogOffPending = false;
         bExitPending = false;
         sTrayText.clear();
@@ -794,11 +794,11 @@ void frmMain::Form_Load()
             if (saved) {
                 const QString user = store.ReadValue(Settings::Username);
                 const QString password = store.ReadValue(Settings::Password);
-                Program::bSaveLogin = true;
+                ProgramWide::bSaveLogin = true;
                 RunSavedLogin(user, password);
             }
         }
-        if (!saved || !Program::bLoggedIn)
+        if (!saved || !ProgramWide::bLoggedIn)
             ShowLoginModal();
         if (!self || !Windows::Find(QStringLiteral("frmMain")))
             return;
@@ -901,7 +901,7 @@ void frmMain::init()
         lblIPAddress->setText(user.sIPAddress);
         // Kept as ISO 8601 text; the up-time counts from it on a steady clock.
         const QDateTime now = Seams::Now();
-        Program::sStartTime = now.toString(Qt::ISODate);
+        ProgramWide::sStartTime = now.toString(Qt::ISODate);
         // The seconds turn where the start time's did: it counts whole
         // seconds from the start time's second.
         m_upTimeStartMs = Seams::SteadyMs() - now.time().msec();
@@ -919,7 +919,7 @@ void frmMain::init()
         } else {
             user.bVeltrioOnly = false;
             mnuAddDomain->setVisible(true);
-            Program::sAutoIPList = store.ReadValue(Settings::AutoIPs);
+            ProgramWide::sAutoIPList = store.ReadValue(Settings::AutoIPs);
             ShowFrame(QStringLiteral("Grid"));
             show();
             FillRecordTypes();

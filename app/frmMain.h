@@ -1,10 +1,10 @@
 #pragma once
 
-#include "AutoRefresh.h"
+#include "AccountLocks.h"
 #include "MainWindowPort.h"
 #include "RefreshEngine.h"
 #include "RefreshPort.h"
-#include "Refresher.h"
+#include "RefreshRules.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -173,15 +173,15 @@ public:
     // --- What the automatic refresh reads and shows ---------------------------------------
     QString RefreshRateText() const override;
     bool AutoIPTicked() const override;
-    bool RowsOnHold() const override;
+    bool UserInAnotherPanel() const override;
     QString RecordList() const override;
     QString FreeAddress() const override;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
     void ShowResult(const CheckResult &result) override;
     void Report(const OutcomeText &text) override;
-    void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
-                            const RefreshRecords *records) override;
+    void RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
+                            const RecordsFile *records) override;
     // Whether the service mode keeps the account's records up to date.
     bool ServiceModeRefreshes() const;
 
@@ -313,7 +313,7 @@ private:
     RefreshEngine *m_engine = nullptr;
     // One process sends the checks of an account; this window leaves them
     // to the service mode, or to another window that already sends them.
-    Refresher m_refresher{Refresher::Role::Window};
+    AccountLocks m_locks{AccountLocks::Role::Window};
     bool m_started = false;
     bool m_unloaded = false;
     int m_statusColour = ::StatusColour::Connected;

@@ -95,7 +95,7 @@ void frmMain::SaveSettings()
         store.WriteValue(Settings::Sorted, m_sorted ? 1 : 0);
 
         store.SetKey(Settings::InitKey);
-        if (!Program::bSaveLogin) {
+        if (!ProgramWide::bSaveLogin) {
             // The saved user name and password stay; only the flag goes.
             store.WriteValue(Settings::bSaveLogin, 0);
         } else {
@@ -121,7 +121,7 @@ void frmMain::Form_QueryUnload(bool &cancel)
                                "from the DNS Server \r\nmaking your server unreachable by it's "
                                "Veltrio domain name.\r\n\r\nAre you sure you want to close it?"),
                 Seams::Buttons::YesNo, title);
-        } else if (!Program::bSkipClosePrompt) {
+        } else if (!ProgramWide::bSkipClosePrompt) {
             answer = Seams::MsgBox(
                 QStringLiteral("Are you sure you want to close the Dynamic DNS Application?"),
                 Seams::Buttons::YesNo, title);
@@ -176,7 +176,7 @@ void frmMain::mnuLogin_Click()
 void frmMain::mnuLogout_Click()
 {
     Trap(QStringLiteral("frmMain.mnuLogout_Click()"), [&] {
-        Program::bSkipClosePrompt = true;
+        ProgramWide::bSkipClosePrompt = true;
         const QList<QPointer<QWidget>> loaded = loadedWindows();
         for (auto it = loaded.crbegin(); it != loaded.crend(); ++it) {
             if (*it)

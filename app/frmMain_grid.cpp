@@ -3,9 +3,9 @@
 #include "frmMain.h"
 
 #include "AutoIpMatcher.h"
-#include "AutoRefresh.h"
 #include "Keyboard.h"
 #include "RecordList.h"
+#include "RefreshRules.h"
 #include "RuntimeError.h"
 #include "TextRules.h"
 #include "Twips.h"
@@ -353,7 +353,7 @@ void frmMain::FillDomainUserGrid()
 {
     Trap(QStringLiteral("frmMain.FillDomainUserGrid()"), [&] {
         const QString records = User().sDomainUserRecords;
-        const QString autoList = Program::sAutoIPList;
+        const QString autoList = ProgramWide::sAutoIPList;
         if (sameIgnoringCase(records, sLastRecords) &&
             sameIgnoringCase(autoList, sLastAutoIPList)) {
             Label20->setText(QStringLiteral("Last IP Check:"));
@@ -380,7 +380,7 @@ void frmMain::FillDomainUserGrid()
         // shown ends the fill, and the rows before it stay.
         auto show = [&] {
             const std::vector<bool> marks =
-                AutoRefresh::AutoIpMatcher(autoList.toUpper()).match(rows.size(), [&](size_t i) {
+                RefreshRules::AutoIpMatcher(autoList.toUpper()).match(rows.size(), [&](size_t i) {
                     return rows[i].in(records);
                 });
             for (size_t i = 0; i < rows.size(); ++i)

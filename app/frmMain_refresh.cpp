@@ -7,10 +7,10 @@
 #include "AdvancedPanel.h"
 #include "Foreground.h"
 #include "Icons.h"
-#include "RefreshStatus.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
+#include "StatusFiles.h"
 #include "TextRules.h"
 #include "Windows.h"
 #include "basDNS.h"
@@ -66,7 +66,7 @@ bool frmMain::AutoIPTicked() const
     return chkAutoIP->isChecked();
 }
 
-bool frmMain::RowsOnHold() const
+bool frmMain::UserInAnotherPanel() const
 {
     // When the window is hidden in the tray the rows are always brought up
     // to date.
@@ -110,9 +110,9 @@ void frmMain::ShowResult(const CheckResult &result)
     // user's answered after the check's) stays out.
     if (result.records)
         basDNS::TakeRecordList(*result.records, result.recordsSerial);
-    Program::sAutoIPList = result.autoIPList;
+    ProgramWide::sAutoIPList = result.autoIPList;
     // The user works in another panel: the grid follows when it is shown.
-    if (!RowsOnHold())
+    if (!UserInAnotherPanel())
         FillDomainUserGrid();
 }
 
@@ -147,8 +147,8 @@ void frmMain::Report(const OutcomeText &text)
     refreshBox->show();
 }
 
-void frmMain::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
-                                 const RefreshRecords *records)
+void frmMain::RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
+                                 const RecordsFile *records)
 {
     lblLastRefresh->setText(byServiceMode ? QStringLiteral("Refreshed by the service")
                                           : QStringLiteral("Refreshed by another window"));
@@ -173,10 +173,10 @@ void frmMain::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status
     // panel.
     if (records && !user.bVeltrioOnly) {
         user.sDomainUserRecords = records->records;
-        Program::sAutoIPList = records->autoIPList;
+        ProgramWide::sAutoIPList = records->autoIPList;
         m_recordsToShow = true;
     }
-    if (m_recordsToShow && !RowsOnHold()) {
+    if (m_recordsToShow && !UserInAnotherPanel()) {
         m_recordsToShow = false;
         FillDomainUserGrid();
     }
@@ -185,7 +185,7 @@ void frmMain::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status
 bool frmMain::ServiceModeRefreshes() const
 {
     // A fresh look: the service mode may have started since the last tick.
-    return Refresher::ServiceModeRuns(User().sUsername);
+    return AccountLocks::ServiceModeRuns(User().sUsername);
 }
 
 void frmMain::tmrTimes_Timer()
@@ -197,8 +197,8 @@ void frmMain::tmrTimes_Timer()
 void frmMain::ShowUpTime()
 {
     const qint64 seconds =
-        Program::sStartTime.isEmpty() ? 0 : (Seams::SteadyMs() - m_upTimeStartMs) / 1000;
-    lblUpTime->setText(AutoRefresh::UpTimeCaption(seconds));
+        ProgramWide::sStartTime.isEmpty() ? 0 : (Seams::SteadyMs() - m_upTimeStartMs) / 1000;
+    lblUpTime->setText(RefreshRules::UpTimeCaption(seconds));
 }
 
 void frmMain::showEvent(QShowEvent *event)

@@ -18,7 +18,7 @@
 bool frmMain::SendUserCommand(const QString &domain, QString &host, const QString &command,
                               const QString &recordType, const QString &address, bool bAutoIP)
 {
-    const QString marksBefore = Program::sAutoIPList;
+    const QString marksBefore = ProgramWide::sAutoIPList;
     const bool ok = basDNS::DNSTickler(domain, host, command, recordType, address, true, bAutoIP);
     if (!ok)
         return false;
@@ -29,7 +29,7 @@ bool frmMain::SendUserCommand(const QString &domain, QString &host, const QStrin
         freeAddress = address;
     try {
         m_engine->RecordChangedByUser({domain, host, recordType, address}, marksBefore,
-                                      Program::sAutoIPList, freeAddress);
+                                      ProgramWide::sAutoIPList, freeAddress);
     } catch (const std::exception &e) {
         basErr::LogOnly(QStringLiteral("frmMain.SaveSettings()"), RuntimeError::From(e));
     }

@@ -3,12 +3,12 @@
 #include "ConnectionChoices.h"
 #include "ExchangeQueue.h"
 #include "LoginExchange.h"
-#include "RefreshStatus.h"
 #include "RegistryStore.h"
 #include "ReplacePlan.h"
 #include "RuntimeError.h"
 #include "ServiceConfig.h"
 #include "SettingsNames.h"
+#include "StatusFiles.h"
 #include "TextRules.h"
 #include "basDNS.h"
 #include "basErr.h"
@@ -32,11 +32,11 @@ QString accountKey()
 
 ServiceMode::ServiceMode(Mode mode, int everySeconds, QObject *parent)
     : QObject(parent), m_mode(mode), m_everySeconds(everySeconds), m_engine(*this, this),
-      m_refresher(mode == Mode::Once ? Refresher::Role::OneCheck : Refresher::Role::ServiceMode)
+      m_locks(mode == Mode::Once ? AccountLocks::Role::OneCheck : AccountLocks::Role::ServiceMode)
 {
     connect(&m_every, &QTimer::timeout, &m_engine, &RefreshEngine::CheckNow);
     m_retry.setSingleShot(true);
-    m_retry.setInterval(RefreshTimer::TickInterval);
+    m_retry.setInterval(DueCounter::TickInterval);
     connect(&m_retry, &QTimer::timeout, &m_engine, &RefreshEngine::CheckNow);
     m_runDeadline.setSingleShot(true);
     connect(&m_runDeadline, &QTimer::timeout, this, &ServiceMode::runDeadlineReached);
@@ -88,7 +88,7 @@ std::optional<int> ServiceMode::Start()
         printAutomaticRecords();
         return Done;
     }
-    if (!m_refresher.Open(account())) {
+    if (!m_locks.Open(account())) {
         line(QStringLiteral("%1: another veltrio-dnsd refreshes this account already; this one "
                             "ends.")
                  .arg(account()));
@@ -98,7 +98,7 @@ std::optional<int> ServiceMode::Start()
     if (user.bVeltrioOnly) {
         // The service points the free sub-domain at its own server while no
         // client runs; it points back at this machine now.
-        const QString name = AutoRefresh::RecordName(user.sUsername, user.sSubDomain);
+        const QString name = RefreshRules::RecordName(user.sUsername, user.sSubDomain);
         const QString address = user.sIPAddress;
         if (LoginExchange::RepointFreeRecord(address, false, m_autoIP)) {
             line(QStringLiteral("%1: %2 points at %3").arg(account(), name, address));
@@ -122,14 +122,14 @@ std::optional<int> ServiceMode::Start()
     if (m_stopping)
         return Done;
 
-    m_engine.SetRefresher(&m_refresher);
+    m_engine.SetAccountLocks(&m_locks);
     m_engine.Start();
     m_started = true;
     if (m_mode == Mode::Once) {
         // Never while another process checks: a window that leaves the
         // checks to the service mode holds no lock, the service mode only
         // while its own check runs.
-        if (!m_refresher.MayRefresh(RefreshTimer::TickInterval + 5000)) {
+        if (!m_locks.MayRefresh(DueCounter::TickInterval + 5000)) {
             line(QStringLiteral("%1: another process sends this account's checks; nothing done.")
                      .arg(account()));
             return CommandFailed;
@@ -157,10 +157,10 @@ void ServiceMode::scheduleChecks()
     const QString what =
         user.bVeltrioOnly
             ? QStringLiteral("%1, automatic %2")
-                  .arg(AutoRefresh::RecordName(user.sUsername, user.sSubDomain),
+                  .arg(RefreshRules::RecordName(user.sUsername, user.sSubDomain),
                        m_autoIP ? QStringLiteral("on") : QStringLiteral("off"))
             : QStringLiteral("%1 automatic record(s)")
-                  .arg(ReplacePlan::AutomaticRows(user.sDomainUserRecords, Program::sAutoIPList)
+                  .arg(ReplacePlan::AutomaticRows(user.sDomainUserRecords, ProgramWide::sAutoIPList)
                            .size());
     line(QStringLiteral("%1: refreshing %2: a check now, then every %3 s")
              .arg(account(), what, QString::number(seconds)));
@@ -209,7 +209,7 @@ std::optional<int> ServiceMode::logIn()
                  .arg(settingsName()));
         return SettingsUnusable;
     }
-    Program::sServiceURL = ConnectionChoices::StoredServiceURL();
+    ProgramWide::sServiceURL = ConnectionChoices::StoredServiceURL();
     LoginExchange::Outcome outcome = LoginExchange::Outcome::ServerError;
     try {
         outcome = LoginExchange::Run(m_savedUser, m_savedPassword);
@@ -218,7 +218,7 @@ std::optional<int> ServiceMode::logIn()
         // reached, and a later start may be.
         const QString failure =
             QStringLiteral("%1: the service's login reply could not be read (%2); %3")
-                .arg(m_savedUser, RuntimeError::From(e).description(), Program::sServiceURL);
+                .arg(m_savedUser, RuntimeError::From(e).description(), ProgramWide::sServiceURL);
         line(failure);
         logFailure(failure);
         return Unreachable;
@@ -228,7 +228,7 @@ std::optional<int> ServiceMode::logIn()
     switch (outcome) {
     case LoginExchange::Outcome::ServerError:
         line(QStringLiteral("%1: Error contacting server.  Server may be under maintenance. (%2)")
-                 .arg(m_savedUser, Program::sServiceURL));
+                 .arg(m_savedUser, ProgramWide::sServiceURL));
         return Unreachable;
     case LoginExchange::Outcome::Refused:
         line(QStringLiteral("%1: Invalid Username or Password.").arg(m_savedUser));
@@ -253,12 +253,12 @@ void ServiceMode::loadSettings()
 {
     const clsUser &user = User();
     m_rate = ConnectionChoices::StoredRefreshRate(user.bVeltrioOnly);
-    Program::sServiceURL = ConnectionChoices::StoredServiceURL();
+    ProgramWide::sServiceURL = ConnectionChoices::StoredServiceURL();
     RegistryStore section;
     section.SetKey(accountKey());
     m_autoIP = section.ReadValue(Settings::bAutoIP) == QLatin1String("1");
     if (!user.bVeltrioOnly)
-        Program::sAutoIPList = section.ReadValue(Settings::AutoIPs);
+        ProgramWide::sAutoIPList = section.ReadValue(Settings::AutoIPs);
 }
 
 void ServiceMode::printAutomaticRecords()
@@ -266,15 +266,15 @@ void ServiceMode::printAutomaticRecords()
     const clsUser &user = User();
     if (user.bVeltrioOnly) {
         std::printf("%s A %s automatic=%s\n",
-                    qPrintable(AutoRefresh::RecordName(user.sUsername, user.sSubDomain)),
+                    qPrintable(RefreshRules::RecordName(user.sUsername, user.sSubDomain)),
                     qPrintable(user.sIPAddress), m_autoIP ? "yes" : "no");
         return;
     }
     bool complete = true;
-    const QList<AutoRefresh::GridRow> rows =
-        ReplacePlan::AutomaticRows(user.sDomainUserRecords, Program::sAutoIPList, &complete);
-    for (const AutoRefresh::GridRow &row : rows)
-        std::printf("%s %s %s\n", qPrintable(AutoRefresh::RecordName(row.host, row.domain)),
+    const QList<RefreshRules::GridRow> rows =
+        ReplacePlan::AutomaticRows(user.sDomainUserRecords, ProgramWide::sAutoIPList, &complete);
+    for (const RefreshRules::GridRow &row : rows)
+        std::printf("%s %s %s\n", qPrintable(RefreshRules::RecordName(row.host, row.domain)),
                     qPrintable(row.recordType), qPrintable(row.value));
     if (!complete)
         line(QStringLiteral("%1: the record list has a damaged piece; the records after it are "
@@ -318,7 +318,7 @@ void ServiceMode::ShowResult(const CheckResult &result)
     if (user.bVeltrioOnly)
         user.sIPAddress = result.freeAddress;
     else
-        Program::sAutoIPList = result.autoIPList;
+        ProgramWide::sAutoIPList = result.autoIPList;
 }
 
 void ServiceMode::Report(const OutcomeText &text)
@@ -332,8 +332,8 @@ void ServiceMode::Report(const OutcomeText &text)
         m_failed = true;
 }
 
-void ServiceMode::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
-                                     const RefreshRecords *records)
+void ServiceMode::RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
+                                     const RecordsFile *records)
 {
     Q_UNUSED(byServiceMode);
     Q_UNUSED(status);
@@ -346,13 +346,13 @@ void ServiceMode::RefreshedElsewhere(bool byServiceMode, const RefreshStatus &st
     line(QStringLiteral("%1: a window sends this account's checks; they pass to this service "
                         "within %2 s.")
              .arg(account())
-             .arg(RefreshTimer::TickInterval / 1000));
+             .arg(DueCounter::TickInterval / 1000));
 }
 
 void ServiceMode::checkFinished()
 {
     m_waitingShown = false;
-    const bool asked = AutoRefresh::ShouldAskService(m_autoIP, User().bVeltrioOnly);
+    const bool asked = RefreshRules::ShouldAskService(m_autoIP, User().bVeltrioOnly);
     const bool unreachable = asked && !m_addressSeen;
     if (m_mode == Mode::Run && !m_stopping) {
         // Said when the service stops answering and when it answers again,
@@ -360,7 +360,7 @@ void ServiceMode::checkFinished()
         if (unreachable && !std::exchange(m_unreachable, true)) {
             const QString failure =
                 QStringLiteral("%1: the service does not answer (%2); the next check in %3 s")
-                    .arg(account(), Program::sServiceURL)
+                    .arg(account(), ProgramWide::sServiceURL)
                     .arg(m_every.interval() / 1000);
             line(failure);
             logFailure(failure);
@@ -380,7 +380,7 @@ void ServiceMode::checkFinished()
         code = Unreachable;
     if (unreachable && !m_deadlineReached)
         line(QStringLiteral("%1: no public address from the service (%2)")
-                 .arg(account(), Program::sServiceURL));
+                 .arg(account(), ProgramWide::sServiceURL));
     else if (code == Done)
         line(QStringLiteral("%1: check done").arg(account()));
     m_stopping = true;
@@ -436,7 +436,7 @@ void ServiceMode::Reload()
     m_every.stop();
     m_retry.stop();
     m_engine.Stop();
-    m_refresher.Close();
+    m_locks.Close();
     m_started = false;
     User() = clsUser();
     if (const auto failed = Start()) {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "AccountLocks.h"
 #include "RefreshEngine.h"
 #include "RefreshPort.h"
-#include "Refresher.h"
 
 #include <QObject>
 #include <QTimer>
@@ -54,15 +54,15 @@ public:
     // --- RefreshPort ------------------------------------------------------------
     QString RefreshRateText() const override { return m_rate; }
     bool AutoIPTicked() const override { return m_autoIP; }
-    bool RowsOnHold() const override { return false; }
+    bool UserInAnotherPanel() const override { return false; }
     QString RecordList() const override;
     QString FreeAddress() const override;
     void ShowCheckTime(const QString &caption) override;
     void ShowAddress(const QString &address) override;
     void ShowResult(const CheckResult &result) override;
     void Report(const OutcomeText &text) override;
-    void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
-                            const RefreshRecords *records) override;
+    void RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
+                            const RecordsFile *records) override;
 
 signals:
     void finished(int exitCode);
@@ -92,7 +92,7 @@ private:
     Mode m_mode;
     int m_everySeconds;
     RefreshEngine m_engine;
-    Refresher m_refresher;
+    AccountLocks m_locks;
     // Run: the next check; a sooner one when another process held the
     // account's checks. Once: the end of the run's time.
     QTimer m_every;

@@ -143,7 +143,7 @@ void ReportError(const QString &label, const RuntimeError &error)
 
 void LogOnly(const QString &label, const RuntimeError &error)
 {
-    PassOver([&] {
+    IgnoringErrors([&] {
         LogError(LogFolder(), QString::number(error.number()), label, error.source(),
                  error.description());
     });

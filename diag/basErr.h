@@ -56,7 +56,7 @@ template <typename Body> bool Trap(const QString &label, Body &&body)
 }
 
 // Runs one step whose errors are passed over; returns whether it succeeded.
-template <typename Body> bool PassOver(Body &&body)
+template <typename Body> bool IgnoringErrors(Body &&body)
 {
     try {
         body();

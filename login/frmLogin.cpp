@@ -334,7 +334,7 @@ void frmLogin::Form_Load()
 {
     // The port-less plain URL first: it stays when loading the settings
     // ends early on this window (it has no chkService).
-    Program::sServiceURL = basDNS::PlainURL();
+    ProgramWide::sServiceURL = basDNS::PlainURL();
     AdvancedPanel::LoadAdvancedTabSettings(this);
 }
 
@@ -387,7 +387,7 @@ void frmLogin::cmdLogin_Click()
 
     if (!user.sSubDomain.isEmpty()) {
         showOverPanel(frmLoggingIn);
-        if (MainWindowPort *main = MainWindow())
+        if (MainWindowPort *main = RegisteredMainWindow())
             main->LoadFreeUserInfo();
         frmLoggingIn->setVisible(false);
     }
@@ -397,7 +397,7 @@ void frmLogin::cmdLogin_Click()
 
 void frmLogin::cmdExit_Click()
 {
-    Program::bSkipClosePrompt = true;
+    ProgramWide::bSkipClosePrompt = true;
     // The windows as they stand now, counted once. The main window takes the
     // others with it when it unloads.
     const QList<QWidget *> windows = Windows::Loaded();
@@ -413,7 +413,7 @@ void frmLogin::cmdExit_Click()
 void frmLogin::chkSSL_Click()
 {
     if (chkSSL->isChecked()) {
-        Program::sServiceURL = basDNS::HttpsURL();
+        ProgramWide::sServiceURL = basDNS::HttpsURL();
         cboPorts->setEnabled(false);
         return;
     }
@@ -427,7 +427,7 @@ void frmLogin::chkSSL_Click()
         if (auto *mainPorts = main->findChild<QComboBox *>(QStringLiteral("cboPorts")))
             port = mainPorts->currentText();
     }
-    Program::sServiceURL = basDNS::PlainURL(port);
+    ProgramWide::sServiceURL = basDNS::PlainURL(port);
 }
 
 void frmLogin::mnuAdvanced_Click()

@@ -17,7 +17,7 @@
 // at the end, upper-cased) is hashed and compared straight from its fields;
 // any other record's key is built by RecordList::Key.
 
-namespace AutoRefresh {
+namespace RefreshRules {
 namespace {
 
 constexpr quint32 kBase = 1000003;
@@ -177,4 +177,4 @@ std::vector<bool> AutoIpMatcher::match(size_t count, const FieldsAt &fieldsAt) c
     return found;
 }
 
-} // namespace AutoRefresh
+} // namespace RefreshRules

@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-namespace AutoRefresh {
+namespace RefreshRules {
 
 // Finds the records whose key occurs anywhere in the upper-cased auto-IP
 // list, exactly as a substring search would, without searching the whole
@@ -53,4 +53,4 @@ private:
     std::vector<qint32> m_ends;
 };
 
-} // namespace AutoRefresh
+} // namespace RefreshRules

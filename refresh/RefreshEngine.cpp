@@ -1,8 +1,8 @@
 #include "RefreshEngine.h"
 
+#include "AccountLocks.h"
 #include "DateRules.h"
 #include "Foreground.h"
-#include "Refresher.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
@@ -17,11 +17,6 @@ namespace {
 const QString kLogLabel = QStringLiteral("frmMain.UpdateDomainAutoIPs()");
 const QString kRecordsLabel = QStringLiteral("DomainUserRecords:");
 
-QString recordName(const AutoRefresh::RecordArgs &record)
-{
-    return AutoRefresh::RecordName(AutoRefresh::HostToSend(record.host), record.domain);
-}
-
 // The same text, answered without reading it when it is the very same string.
 bool same(const QString &a, const QString &b)
 {
@@ -29,62 +24,6 @@ bool same(const QString &a, const QString &b)
 }
 
 } // namespace
-
-OutcomeText Describe(const RefreshOutcome &outcome)
-{
-    const auto name = &AutoRefresh::RecordName;
-    OutcomeText text;
-    int set = 0;
-    for (const RefreshCommand &command : outcome.commands) {
-        const bool removing = command.command == basDNS::RecordDelete;
-        if (command.ok) {
-            if (!removing) {
-                ++set;
-                text.lines.append(name(command.host, command.domain) + QStringLiteral(" set to ") +
-                                  command.address);
-            }
-            continue;
-        }
-        const QString failure = QStringLiteral("Could not ") +
-                                (removing ? QStringLiteral("Remove") : QStringLiteral("Set")) +
-                                QStringLiteral(" IP for ") + name(command.host, command.domain) +
-                                QStringLiteral(" (") + command.address + QStringLiteral("): ") +
-                                command.error;
-        text.lines.append(failure);
-        text.failures.append(failure);
-    }
-    if (set > 0)
-        text.summary = set == 1 ? QStringLiteral("Updated 1 record")
-                                : QStringLiteral("Updated %1 records").arg(set);
-    if (!text.failures.isEmpty())
-        text.summary = QStringLiteral("%1 failed, see the log").arg(text.failures.size());
-    for (const AutoRefresh::RecordArgs &add : outcome.pendingAdds)
-        text.lines.append(QStringLiteral("Still to add, at every check: ") + recordName(add) +
-                          QStringLiteral(" ") + add.address);
-    for (const AutoRefresh::RecordArgs &remove : outcome.pendingRemoves)
-        text.lines.append(QStringLiteral("Still to remove, at every check: ") + recordName(remove) +
-                          QStringLiteral(" ") + remove.address);
-    const QList<AutoRefresh::RecordArgs> &pending =
-        outcome.pendingAdds.isEmpty() ? outcome.pendingRemoves : outcome.pendingAdds;
-    if (!pending.isEmpty())
-        text.summary = QStringLiteral("Pending: ") + recordName(pending[0]);
-    if (!outcome.journalError.isEmpty()) {
-        const QString failure =
-            QStringLiteral("The settings could not be written, so no record was changed: ") +
-            outcome.journalError;
-        text.lines.append(failure);
-        text.failures.append(failure);
-        text.summary = QStringLiteral("Settings not writable, see the log");
-    }
-    if (!outcome.rejectedAddress.isNull()) {
-        text.summary = QStringLiteral("Bad address reply ignored");
-        text.lines.append(QStringLiteral("The service's address reply was no IPv4 address; the "
-                                         "records were left alone."));
-    }
-    text.problem =
-        !text.failures.isEmpty() || !pending.isEmpty() || !outcome.rejectedAddress.isNull();
-    return text;
-}
 
 // One check under way: what it read once, and what its replies said.
 struct RefreshEngine::Check
@@ -113,8 +52,8 @@ RefreshEngine::RefreshEngine(RefreshPort &port, QObject *parent) : QObject(paren
 
 void RefreshEngine::Start()
 {
-    if (m_refresher && m_refresher->Account() != User().sUsername)
-        m_refresher->Open(User().sUsername);
+    if (m_locks && m_locks->Account() != User().sUsername)
+        m_locks->Open(User().sUsername);
     m_status = {};
     m_written = {};
     m_shown = {};
@@ -132,8 +71,8 @@ void RefreshEngine::Stop()
     m_waitingForIdle = false;
     m_quiet.reset();
     ++m_generation;
-    if (m_refresher)
-        m_refresher->Close();
+    if (m_locks)
+        m_locks->Close();
 }
 
 void RefreshEngine::Tick()
@@ -142,7 +81,7 @@ void RefreshEngine::Tick()
         return;
     // Another process refreshes the account: nothing is counted here until
     // it lets go. A check of ours in progress ends first.
-    if (m_refresher && m_refresher->KeepsLock() && !m_running && !m_refresher->MayRefresh()) {
+    if (m_locks && m_locks->KeepsLock() && !m_running && !m_locks->MayRefresh()) {
         m_due = false;
         showElsewhere();
         return;
@@ -165,12 +104,12 @@ void RefreshEngine::CheckNow()
 
 bool RefreshEngine::refreshedElsewhere() const
 {
-    return m_refresher && !m_refresher->Account().isEmpty() &&
-           (m_refresher->RefreshedBy() != Refresher::Other::Nobody ||
-            (m_refresher->KeepsLock() && Refresher::ServiceModeRuns(m_refresher->Account())));
+    return m_locks && !m_locks->Account().isEmpty() &&
+           (m_locks->RefreshedBy() != AccountLocks::Other::Nobody ||
+            (m_locks->KeepsLock() && AccountLocks::ServiceModeRuns(m_locks->Account())));
 }
 
-void RefreshEngine::RecordChangedByUser(const AutoRefresh::RecordArgs &record,
+void RefreshEngine::RecordChangedByUser(const RefreshRules::RecordArgs &record,
                                         const QString &marksBefore, const QString &marksAfter,
                                         const std::optional<QString> &freeAddress)
 {
@@ -199,14 +138,14 @@ void RefreshEngine::FreeRecordSet(const QString &address)
 
 void RefreshEngine::showElsewhere()
 {
-    const QString account = m_refresher->Account();
-    const bool byServiceMode = m_refresher->RefreshedBy() == Refresher::Other::ServiceMode;
+    const QString account = m_locks->Account();
+    const bool byServiceMode = m_locks->RefreshedBy() == AccountLocks::Other::ServiceMode;
     whenIdle([this, account, byServiceMode] {
-        const RefreshStatus status = RefreshStatus::Read(account).value_or(RefreshStatus());
-        std::optional<RefreshRecords> records;
-        const qint64 stamp = RefreshRecords::Stamp(account);
+        const StatusFile status = StatusFile::Read(account).value_or(StatusFile());
+        std::optional<RecordsFile> records;
+        const qint64 stamp = RecordsFile::Stamp(account);
         if (stamp != m_recordsSeen) {
-            records = RefreshRecords::Read(account);
+            records = RecordsFile::Read(account);
             if (records)
                 m_recordsSeen = stamp;
         }
@@ -224,7 +163,7 @@ void RefreshEngine::report(const RefreshOutcome &outcome)
 
 void RefreshEngine::writeStatus()
 {
-    const QString account = m_refresher->Account();
+    const QString account = m_locks->Account();
     m_status.ipAddress = m_shown.freeAddress;
     m_status.Write(account);
     // The record list is written only when it changed: a check that finds
@@ -235,7 +174,7 @@ void RefreshEngine::writeStatus()
         !same(m_shown.autoIPList, m_written.autoIPList)) {
         m_written = {*m_shown.records, m_shown.autoIPList};
         if (m_written.Write(account))
-            m_recordsSeen = RefreshRecords::Stamp(account);
+            m_recordsSeen = RecordsFile::Stamp(account);
     }
 }
 
@@ -253,7 +192,7 @@ void RefreshEngine::startIfDue()
         return;
     }
     m_due = false;
-    if (m_refresher && !m_refresher->MayRefresh()) {
+    if (m_locks && !m_locks->MayRefresh()) {
         showElsewhere();
         return;
     }
@@ -284,7 +223,7 @@ void RefreshEngine::runCheck()
     m_status.checkTime = DateRules::FormatCheckTime(Seams::Now());
     m_port.ShowCheckTime(m_status.checkTime);
     const clsUser &user = User();
-    if (!AutoRefresh::ShouldAskService(m_port.AutoIPTicked(), user.bVeltrioOnly)) {
+    if (!RefreshRules::ShouldAskService(m_port.AutoIPTicked(), user.bVeltrioOnly)) {
         finish();
         return;
     }
@@ -334,7 +273,7 @@ void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
     c.fresh = reply.records.has_value();
     c.records = c.fresh ? *reply.records : m_port.RecordList();
     c.recordsSerial = reply.serial;
-    const bool onHold = !c.free && m_port.RowsOnHold();
+    const bool onHold = !c.free && m_port.UserInAnotherPanel();
     const AccountState stored = ReplaceJournal::Load(c.account);
     c.state = stored;
     if (c.free && c.state.freeAddress.isEmpty())
@@ -356,11 +295,11 @@ void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
     QList<Replace> replaces;
     if (c.free) {
         if (c.state.replaces.isEmpty() && ip != c.state.freeAddress) {
-            const AutoRefresh::RecordArgs record{User().sSubDomain, User().sUsername,
-                                                 User().sRecordType, c.state.freeAddress};
-            AutoRefresh::RecordArgs now = record;
+            const RefreshRules::RecordArgs record{User().sSubDomain, User().sUsername,
+                                                  User().sRecordType, c.state.freeAddress};
+            RefreshRules::RecordArgs now = record;
             now.address = ip;
-            replaces.append({c.state.freeAddress.isEmpty() ? AutoRefresh::RecordArgs() : record,
+            replaces.append({c.state.freeAddress.isEmpty() ? RefreshRules::RecordArgs() : record,
                              now, c.autoIP});
         }
     } else if (!onHold) {
@@ -408,8 +347,8 @@ void RefreshEngine::send(const std::shared_ptr<Check> &check,
     // All of them are queued now, each delete right before its add: no
     // request of the user's comes between them.
     for (const ReplacePlan::Request &request : requests) {
-        const AutoRefresh::RecordArgs &r = request.record;
-        const QString host = AutoRefresh::HostToSend(r.host);
+        const RefreshRules::RecordArgs &r = request.record;
+        const QString host = RefreshRules::HostToSend(r.host);
         const qsizetype index = check->outcome.commands.size();
         check->outcome.commands.append(
             {request.command, r.domain, host, r.recordType, r.address, false, QString()});
@@ -501,9 +440,9 @@ void RefreshEngine::show(const std::shared_ptr<Check> &check)
 void RefreshEngine::finish()
 {
     m_running = false;
-    if (m_refresher && m_active) {
+    if (m_locks && m_active) {
         writeStatus();
-        m_refresher->CheckDone();
+        m_locks->CheckDone();
     }
     emit checkFinished();
     startIfDue();

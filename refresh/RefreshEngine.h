@@ -1,10 +1,10 @@
 #pragma once
 
+#include "DueCounter.h"
 #include "RefreshPort.h"
-#include "RefreshStatus.h"
-#include "RefreshTimer.h"
 #include "ReplaceJournal.h"
 #include "ReplacePlan.h"
+#include "StatusFiles.h"
 #include "basDNS.h"
 
 #include <QObject>
@@ -33,7 +33,7 @@
 // login window) or while another check runs is deferred, not dropped: it
 // runs once that has ended. What a check shows goes to the port as values,
 // and only while the user is not at work either.
-class Refresher;
+class AccountLocks;
 
 class RefreshEngine : public QObject
 {
@@ -43,9 +43,9 @@ public:
     explicit RefreshEngine(RefreshPort &port, QObject *parent = nullptr);
 
     // Leaves the checks to whichever process on this machine holds the
-    // account's refresh lock (see Refresher), and writes what this one did
+    // account's refresh lock (see AccountLocks), and writes what this one did
     // for the others after each check. Without one, every check runs here.
-    void SetRefresher(Refresher *refresher) { m_refresher = refresher; }
+    void SetAccountLocks(AccountLocks *locks) { m_locks = locks; }
 
     // Checks may run from now on (for the session's account).
     void Start();
@@ -70,7 +70,7 @@ public:
     // session's auto-IP list before and after it) and, for the free
     // sub-domain's own record, its new address are saved with that, in one
     // write. Raises the settings store's error when it cannot write.
-    void RecordChangedByUser(const AutoRefresh::RecordArgs &record, const QString &marksBefore,
+    void RecordChangedByUser(const RefreshRules::RecordArgs &record, const QString &marksBefore,
                              const QString &marksAfter,
                              const std::optional<QString> &freeAddress = std::nullopt);
     // The free sub-domain was pointed at address at start-up: where the next
@@ -107,10 +107,10 @@ private:
     bool refreshedElsewhere() const;
 
     RefreshPort &m_port;
-    Refresher *m_refresher = nullptr;
+    AccountLocks *m_locks = nullptr;
     // What this process did last, for the others on the account.
-    RefreshStatus m_status;
-    RefreshRecords m_written;
+    StatusFile m_status;
+    RecordsFile m_written;
     qint64 m_recordsSeen = -1;
     // What the last check handed on.
     CheckResult m_shown;
@@ -123,7 +123,7 @@ private:
         QString ip;
     };
     std::optional<Quiet> m_quiet;
-    RefreshTimer m_timer;
+    DueCounter m_timer;
     bool m_active = false;
     bool m_due = false;
     bool m_running = false;

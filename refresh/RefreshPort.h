@@ -1,52 +1,15 @@
 #pragma once
 
-#include "AutoRefresh.h"
+#include "RefreshOutcome.h"
+#include "RefreshRules.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <optional>
 
-struct RefreshStatus;
-struct RefreshRecords;
-
-// One record command the automatic refresh sent, and how it ended.
-struct RefreshCommand
-{
-    QString command; // "RECORDDELETE" or "RECORDADD"
-    QString domain;
-    QString host;
-    QString recordType;
-    QString address;
-    bool ok = false;
-    QString error; // the service's "Error:" text, or what went wrong
-};
-
-// What one check that had something to say did: the public address it found,
-// the commands it sent in the order they were sent, what is still owed after
-// it (records to add, records to remove), a journal it could not write, or
-// an address reply it would not act on.
-struct RefreshOutcome
-{
-    QString address;
-    QList<RefreshCommand> commands;
-    QList<AutoRefresh::RecordArgs> pendingAdds;
-    QList<AutoRefresh::RecordArgs> pendingRemoves;
-    QString journalError;
-    QString rejectedAddress;
-};
-
-// How an outcome reads: a summary line for a status panel, a line per record
-// command, failure and owed request, and the failures on their own for the
-// log.
-struct OutcomeText
-{
-    QString summary;
-    QStringList lines;
-    QStringList failures;
-    bool problem = false;
-};
-OutcomeText Describe(const RefreshOutcome &outcome);
+struct StatusFile;
+struct RecordsFile;
 
 // What a check that learnt the public address hands its host, as values: the
 // newest record list its replies brought (with the number of the exchange
@@ -77,7 +40,7 @@ public:
     // The free sub-domain's automatic box.
     virtual bool AutoIPTicked() const = 0;
     // The rows must be left alone for now: the user works in another panel.
-    virtual bool RowsOnHold() const = 0;
+    virtual bool UserInAnotherPanel() const = 0;
     // The record list the host shows: what a check goes by when the
     // service's address reply carries none.
     virtual QString RecordList() const = 0;
@@ -100,8 +63,8 @@ public:
     // (or another window); status is what it did last (empty before its
     // first check); records is the record list it last had, given only when
     // it changed since the last call.
-    virtual void RefreshedElsewhere(bool byServiceMode, const RefreshStatus &status,
-                                    const RefreshRecords *records)
+    virtual void RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
+                                    const RecordsFile *records)
     {
         Q_UNUSED(byServiceMode);
         Q_UNUSED(status);

@@ -21,13 +21,13 @@ RegistryStore::Value valueOf(const Settings::Value &setting, const QString &data
 
 // A record's four fields in the record list's order: domain, type, host,
 // value.
-QString fieldsOf(const AutoRefresh::RecordArgs &r)
+QString fieldsOf(const RefreshRules::RecordArgs &r)
 {
     const QString &sep = RecordList::FieldSeparator;
     return r.domain + sep + r.recordType + sep + r.host + sep + r.address;
 }
 
-AutoRefresh::RecordArgs recordAt(const QStringList &fields, qsizetype at)
+RefreshRules::RecordArgs recordAt(const QStringList &fields, qsizetype at)
 {
     return {fields[at], fields[at + 2], fields[at + 1], fields[at + 3]};
 }
@@ -113,17 +113,17 @@ void Save(const QString &account, const AccountState &before, const AccountState
     store.WriteValues(values);
 }
 
-QString KeyOf(const AutoRefresh::RecordArgs &record)
+QString KeyOf(const RefreshRules::RecordArgs &record)
 {
     return RecordList::Key(record.domain, record.recordType, hostOf(record.host), record.address);
 }
 
-bool SameRecord(const AutoRefresh::RecordArgs &a, const AutoRefresh::RecordArgs &b)
+bool SameRecord(const RefreshRules::RecordArgs &a, const RefreshRules::RecordArgs &b)
 {
     return KeyOf(a) == KeyOf(b);
 }
 
-bool SameName(const AutoRefresh::RecordArgs &a, const AutoRefresh::RecordArgs &b)
+bool SameName(const RefreshRules::RecordArgs &a, const RefreshRules::RecordArgs &b)
 {
     const auto same = [](const QString &x, const QString &y) {
         return x.trimmed().compare(y.trimmed(), Qt::CaseInsensitive) == 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AutoRefresh.h"
+#include "RefreshRules.h"
 
 #include <QList>
 #include <QString>
@@ -10,8 +10,8 @@
 // whether the new record is automatic.
 struct Replace
 {
-    AutoRefresh::RecordArgs old;
-    AutoRefresh::RecordArgs now;
+    RefreshRules::RecordArgs old;
+    RefreshRules::RecordArgs now;
     bool automatic = true;
 
     bool HasOld() const { return !old.domain.isEmpty(); }
@@ -47,12 +47,12 @@ void Save(const QString &account, const AccountState &before, const AccountState
 
 // The same record: domain, type, host and value compared as the record
 // list's keys are (trimmed, ignoring case; an empty host is "@").
-bool SameRecord(const AutoRefresh::RecordArgs &a, const AutoRefresh::RecordArgs &b);
+bool SameRecord(const RefreshRules::RecordArgs &a, const RefreshRules::RecordArgs &b);
 // The same name and type: one record of the user's changed, whatever value
 // it had or has now.
-bool SameName(const AutoRefresh::RecordArgs &a, const AutoRefresh::RecordArgs &b);
+bool SameName(const RefreshRules::RecordArgs &a, const RefreshRules::RecordArgs &b);
 // The record's key in the record list's and the auto-IP list's form.
-QString KeyOf(const AutoRefresh::RecordArgs &record);
+QString KeyOf(const RefreshRules::RecordArgs &record);
 
 // The marks stored after the user's command changed the session's from
 // before to after: the entries it took out are taken out of stored, the

@@ -21,16 +21,16 @@ Listed::Listed(const QString &records)
     }
 }
 
-bool Listed::Has(const AutoRefresh::RecordArgs &record) const
+bool Listed::Has(const RefreshRules::RecordArgs &record) const
 {
     return m_keys.contains(ReplaceJournal::KeyOf(record));
 }
 
-AutoRefresh::RecordArgs AtAddress(const AutoRefresh::RecordArgs &record, const QString &ip)
+RefreshRules::RecordArgs AtAddress(const RefreshRules::RecordArgs &record, const QString &ip)
 {
-    const AutoRefresh::GridRow row{record.domain, record.host, record.recordType, record.address,
-                                   QStringLiteral("Yes")};
-    const std::optional<AutoRefresh::Resend> resend = AutoRefresh::ResendForRow(row, ip);
+    const RefreshRules::GridRow row{record.domain, record.host, record.recordType, record.address,
+                                    QStringLiteral("Yes")};
+    const std::optional<RefreshRules::Resend> resend = RefreshRules::ResendForRow(row, ip);
     return resend ? resend->add : record;
 }
 
@@ -66,8 +66,8 @@ void Reconcile(AccountState &state, const Listed &listed, const QString &ip, boo
     state.replaces = owed;
 }
 
-QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString &autoIPList,
-                                          bool *complete)
+QList<RefreshRules::GridRow> AutomaticRows(const QString &records, const QString &autoIPList,
+                                           bool *complete)
 {
     std::vector<RecordList::FieldViews> fields;
     bool whole = true;
@@ -83,10 +83,10 @@ QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString 
     }
     if (complete)
         *complete = whole;
-    QList<AutoRefresh::GridRow> rows;
+    QList<RefreshRules::GridRow> rows;
     if (autoIPList.isEmpty())
         return rows;
-    const std::vector<bool> marks = AutoRefresh::AutoIpMatcher(autoIPList.toUpper()).match(fields);
+    const std::vector<bool> marks = RefreshRules::AutoIpMatcher(autoIPList.toUpper()).match(fields);
     for (size_t i = 0; i < fields.size(); ++i) {
         if (!marks[i])
             continue;
@@ -98,7 +98,7 @@ QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString 
     return rows;
 }
 
-QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &ip,
+QList<Replace> ForRows(const QList<RefreshRules::GridRow> &rows, const QString &ip,
                        const QList<Replace> &journal)
 {
     // The records the journal's replaces already take care of.
@@ -109,8 +109,8 @@ QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &i
         taken.insert(ReplaceJournal::KeyOf(r.now));
     }
     QList<Replace> replaces;
-    for (const AutoRefresh::GridRow &row : rows) {
-        const std::optional<AutoRefresh::Resend> resend = AutoRefresh::ResendForRow(row, ip);
+    for (const RefreshRules::GridRow &row : rows) {
+        const std::optional<RefreshRules::Resend> resend = RefreshRules::ResendForRow(row, ip);
         if (!resend)
             continue;
         const QString key = ReplaceJournal::KeyOf(resend->remove);

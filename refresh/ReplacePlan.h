@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AutoRefresh.h"
+#include "RefreshRules.h"
 #include "ReplaceJournal.h"
 
 #include <QList>
@@ -17,7 +17,7 @@ class Listed
 {
 public:
     explicit Listed(const QString &records);
-    bool Has(const AutoRefresh::RecordArgs &record) const;
+    bool Has(const RefreshRules::RecordArgs &record) const;
 
 private:
     QSet<QString> m_keys;
@@ -25,7 +25,7 @@ private:
 
 // The record rec brought to address ip: an address record takes ip as it
 // stands; a port relay keeps the port and path of its URL.
-AutoRefresh::RecordArgs AtAddress(const AutoRefresh::RecordArgs &record, const QString &ip);
+RefreshRules::RecordArgs AtAddress(const RefreshRules::RecordArgs &record, const QString &ip);
 
 // Brings the journal up to date with what the service lists, the public
 // address being ip. Per replace:
@@ -42,19 +42,19 @@ void Reconcile(AccountState &state, const Listed &listed, const QString &ip, boo
 // list holds), in the list's order. A piece that is no record ends the list
 // and a record beyond what a record can hold is left out: complete then
 // says the rows are not all there.
-QList<AutoRefresh::GridRow> AutomaticRows(const QString &records, const QString &autoIPList,
-                                          bool *complete = nullptr);
+QList<RefreshRules::GridRow> AutomaticRows(const QString &records, const QString &autoIPList,
+                                           bool *complete = nullptr);
 
 // The replaces the automatic rows need at address ip, leaving out a record
 // that a replace of the journal already takes care of.
-QList<Replace> ForRows(const QList<AutoRefresh::GridRow> &rows, const QString &ip,
+QList<Replace> ForRows(const QList<RefreshRules::GridRow> &rows, const QString &ip,
                        const QList<Replace> &journal);
 
 // One request a check sends.
 struct Request
 {
     QString command; // basDNS::RecordDelete or basDNS::RecordAdd
-    AutoRefresh::RecordArgs record;
+    RefreshRules::RecordArgs record;
 };
 // What the journal's replaces still need: the old record's delete while it
 // is listed, the new record's add while it is not, each delete right before

@@ -20,7 +20,7 @@ std::optional<QString> RefreshRateFromStored(const QString &stored)
     if (!TextRules::IsNumeric(stored))
         return std::nullopt;
     QString shown;
-    const bool converted = PassOver([&] {
+    const bool converted = IgnoringErrors([&] {
         const double seconds = TextRules::ToDouble(stored);
         if (!std::isfinite(seconds) || seconds > kLongestRate)
             throw RuntimeError::Of(ErrorNumber::Overflow);

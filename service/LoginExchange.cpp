@@ -80,8 +80,8 @@ Outcome Run(const QString &userName, const QString &password)
 
 void SessionStarted(bool saveLogin)
 {
-    Program::bLoggedIn = true;
-    Program::bSaveLogin = saveLogin;
+    ProgramWide::bLoggedIn = true;
+    ProgramWide::bSaveLogin = saveLogin;
 }
 
 QString FreeRecordAddress()

@@ -4,12 +4,12 @@ namespace {
 MainWindowPort *registered = nullptr;
 }
 
-MainWindowPort *MainWindow()
+MainWindowPort *RegisteredMainWindow()
 {
     return registered;
 }
 
-void SetMainWindow(MainWindowPort *window)
+void RegisterMainWindow(MainWindowPort *window)
 {
     registered = window;
 }

@@ -28,5 +28,5 @@ public:
     virtual void LoadFreeUserInfo() = 0;
 };
 
-MainWindowPort *MainWindow();
-void SetMainWindow(MainWindowPort *window);
+MainWindowPort *RegisteredMainWindow();
+void RegisterMainWindow(MainWindowPort *window);

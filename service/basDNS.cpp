@@ -88,12 +88,12 @@ class WindowDisabled
 public:
     WindowDisabled()
     {
-        if (MainWindowPort *window = MainWindow())
+        if (MainWindowPort *window = RegisteredMainWindow())
             window->SetWindowEnabled(false);
     }
     ~WindowDisabled()
     {
-        if (MainWindowPort *window = MainWindow())
+        if (MainWindowPort *window = RegisteredMainWindow())
             window->SetWindowEnabled(true);
     }
     WindowDisabled(const WindowDisabled &) = delete;
@@ -122,14 +122,14 @@ QString HttpsURL()
 
 QString OpenRequest(const QString &query, Transport::Delivery delivery)
 {
-    return ExchangeQueue::Instance().Send(Transport::RequestUrl(Program::sServiceURL + query),
+    return ExchangeQueue::Instance().Send(Transport::RequestUrl(ProgramWide::sServiceURL + query),
                                           Config().caCertificates, delivery);
 }
 
 void PostRequest(const QString &query, QObject *context,
                  std::function<void(const QString &reply)> done, Transport::Delivery delivery)
 {
-    ExchangeQueue::Instance().Post(Transport::RequestUrl(Program::sServiceURL + query),
+    ExchangeQueue::Instance().Post(Transport::RequestUrl(ProgramWide::sServiceURL + query),
                                    Config().caCertificates, context, std::move(done), delivery);
 }
 
@@ -210,7 +210,7 @@ void RecordListFromLogin(bool hasList)
 
 void SetConnectionStatus(bool success)
 {
-    MainWindowPort *window = MainWindow();
+    MainWindowPort *window = RegisteredMainWindow();
     if (!window)
         return;
     if (success) {
@@ -363,11 +363,11 @@ QString applyIPAddressReply(const QString &reply)
 {
     QString address;
     if (IsSuccess(reply)) {
-        PassOver([&] { SetConnectionStatus(true); });
-        PassOver([&] { address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
-        PassOver([&] { takeRecordList(reply); });
+        IgnoringErrors([&] { SetConnectionStatus(true); });
+        IgnoringErrors([&] { address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
+        IgnoringErrors([&] { takeRecordList(reply); });
     } else {
-        PassOver([&] { SetConnectionStatus(false); });
+        IgnoringErrors([&] { SetConnectionStatus(false); });
     }
     return address;
 }
@@ -382,7 +382,7 @@ QString ipAddressQuery()
 QString GetIPAddress()
 {
     QString reply;
-    PassOver([&] { reply = OpenRequest(ipAddressQuery()); });
+    IgnoringErrors([&] { reply = OpenRequest(ipAddressQuery()); });
     return applyIPAddressReply(reply);
 }
 
@@ -398,19 +398,20 @@ void PostAddressQuery(QObject *context, std::function<void(const AddressReply &r
             reply.size() == lastReply.size()) {
             read = lastRead;
             read.serial = ExchangeQueue::Instance().Finished();
-            PassOver([&] { SetConnectionStatus(true); });
+            IgnoringErrors([&] { SetConnectionStatus(true); });
             done(read);
             return;
         }
         read.serial = ExchangeQueue::Instance().Finished();
         if (IsSuccess(reply)) {
-            PassOver([&] { SetConnectionStatus(true); });
-            PassOver([&] { read.address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
-            PassOver([&] { read.records = RecordListOf(reply); });
+            IgnoringErrors([&] { SetConnectionStatus(true); });
+            IgnoringErrors(
+                [&] { read.address = GetReplyValue(reply, QStringLiteral("IPAddress:")); });
+            IgnoringErrors([&] { read.records = RecordListOf(reply); });
             lastReply = reply;
             lastRead = read;
         } else {
-            PassOver([&] { SetConnectionStatus(false); });
+            IgnoringErrors([&] { SetConnectionStatus(false); });
         }
         done(read);
     });
@@ -427,10 +428,11 @@ void PostTickler(const QString &domain, const QString &host, const QString &comm
             read.serial = ExchangeQueue::Instance().Finished();
             read.ok = IsSuccess(reply);
             read.reply = reply;
-            PassOver([&] { SetConnectionStatus(read.ok); });
+            IgnoringErrors([&] { SetConnectionStatus(read.ok); });
             if (!read.ok) {
                 if (!reply.isEmpty())
-                    PassOver([&] { read.error = GetReplyValue(reply, QStringLiteral("Error:")); });
+                    IgnoringErrors(
+                        [&] { read.error = GetReplyValue(reply, QStringLiteral("Error:")); });
                 if (read.error.isEmpty())
                     read.error = reply.isEmpty() ? QStringLiteral("no answer from the service")
                                                  : QStringLiteral("the service did not say why");
@@ -463,7 +465,7 @@ QString AutoIpListAfter(const QString &list, const QString &domain, const QStrin
 void UpdateAutoIpEntry(const QString &domain, const QString &host, const QString &command,
                        const QString &recordType, const QString &address, bool bAutoIP)
 {
-    QString &list = Program::sAutoIPList;
+    QString &list = ProgramWide::sAutoIPList;
     list = AutoIpListAfter(list, domain, host, command, recordType, address, bAutoIP);
 }
 
@@ -485,11 +487,11 @@ QString BuildRelayURL(QString &target, const QString &port)
 void SplitRelayURL(const QString &target, QString &host, QString &port, QString &path)
 {
     QString rest = target;
-    PassOver([&] {
+    IgnoringErrors([&] {
         if (rest.left(7).toUpper() == QLatin1String("HTTP://"))
             rest = rest.mid(7);
     });
-    PassOver([&] {
+    IgnoringErrors([&] {
         const qsizetype colon = rest.indexOf(QLatin1Char(':'));
         if (colon >= 0) {
             host = rest.left(colon);
@@ -511,7 +513,7 @@ void SplitRelayURL(const QString &target, QString &host, QString &port, QString 
             }
         }
     });
-    PassOver([&] {
+    IgnoringErrors([&] {
         if (!TextRules::IsNumeric(port))
             port.clear();
     });

@@ -6,7 +6,7 @@ clsUser &User()
     return user;
 }
 
-namespace Program {
+namespace ProgramWide {
 void Reset()
 {
     User() = clsUser{};
@@ -17,4 +17,4 @@ void Reset()
     bSkipClosePrompt = false;
     sStartTime.clear();
 }
-} // namespace Program
+} // namespace ProgramWide

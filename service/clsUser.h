@@ -28,7 +28,7 @@ public:
 clsUser &User();
 
 // Program-wide values beside the session record.
-namespace Program {
+namespace ProgramWide {
 inline QString sServiceURL;     // the service script's URL; queries are appended to it
 inline bool bLoggedIn = false;  // set by a successful login
 inline bool bSaveLogin = false; // "Save Login" was ticked at the successful login
@@ -38,4 +38,4 @@ inline QString sStartTime; // when the main window's session started
 
 // Empties the session record and every program-wide value (tests, fresh start).
 void Reset();
-} // namespace Program
+} // namespace ProgramWide

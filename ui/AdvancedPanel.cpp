@@ -81,13 +81,13 @@ void LoadAdvancedTabSettings(QWidget *window)
 
         if (chkSSL->isChecked()) {
             cboPorts->setEnabled(false);
-            Program::sServiceURL = basDNS::HttpsURL();
+            ProgramWide::sServiceURL = basDNS::HttpsURL();
         } else {
             showText(cboPorts, QStringLiteral("80"));
             const QString port = reg.ReadValue(Settings::Port);
             if (TextRules::IsNumeric(port))
                 showText(cboPorts, port);
-            Program::sServiceURL = basDNS::PlainURL(cboPorts->currentText());
+            ProgramWide::sServiceURL = basDNS::PlainURL(cboPorts->currentText());
         }
     });
 }

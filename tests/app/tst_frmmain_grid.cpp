@@ -57,7 +57,7 @@ class TestFrmMainGrid : public QObject
     void fill(const QString &records, const QString &autoList = QString())
     {
         User().sDomainUserRecords = records;
-        Program::sAutoIPList = autoList;
+        ProgramWide::sAutoIPList = autoList;
         m_w->FillDomainUserGrid();
     }
     bool showGrid()
@@ -88,7 +88,7 @@ private slots:
     }
     void init()
     {
-        Program::Reset();
+        ProgramWide::Reset();
         m_seams.emplace();
         m_w = std::make_unique<frmMain>();
     }

@@ -2,7 +2,7 @@
 // veltrio-service, with the service's public address changed between ticks.
 #include "MainWindowTest.h"
 
-#include "AutoRefresh.h"
+#include "RefreshRules.h"
 #include "RuntimeError.h"
 #include "frmAbout.h"
 
@@ -92,7 +92,7 @@ private slots:
         QCOMPARE(w.lblIPAddress->text(), kOld);
 
         QVERIFY(m_service->start(ServiceProcess::HttpOnly, kNew));
-        Program::sServiceURL = m_service->scriptUrl().toString();
+        ProgramWide::sServiceURL = m_service->scriptUrl().toString();
         QVERIFY(check(w));
         QVERIFY(w.cSysTrayOn->isVisible() && !w.cSysTrayOff->isVisible());
         QCOMPARE(w.lblIPAddress->text(), kNew);
@@ -341,8 +341,8 @@ private slots:
         Seams::reset();
         frmMain &w = startDue("acme");
         const auto fromStartTime = [] {
-            const QDateTime start = QDateTime::fromString(Program::sStartTime, Qt::ISODate);
-            return AutoRefresh::UpTimeCaption(start.secsTo(QDateTime::currentDateTime()));
+            const QDateTime start = QDateTime::fromString(ProgramWide::sStartTime, Qt::ISODate);
+            return RefreshRules::UpTimeCaption(start.secsTo(QDateTime::currentDateTime()));
         };
         QTest::qWait(1100);
         const QString before = fromStartTime();

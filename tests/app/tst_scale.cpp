@@ -30,7 +30,7 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         RegistryStore::SetFile(m_dir.filePath(u"settings.ini"_s));
         basErr::SetLogFolder(m_dir.filePath(u"Logs"_s));
-        Program::Reset();
+        ProgramWide::Reset();
         QCOMPARE(QGuiApplication::primaryScreen()->devicePixelRatio(), 2.0);
         QCOMPARE(QGuiApplication::primaryScreen()->availableGeometry().height(), 450);
     }

@@ -87,7 +87,7 @@ private slots:
     }
     void init()
     {
-        Program::Reset();
+        ProgramWide::Reset();
         m_seams.emplace();
     }
     void cleanup()

@@ -37,7 +37,7 @@ inline void prepareSavedLogin(const QTemporaryDir &dir, const ServiceProcess &se
                               const QList<std::pair<QString, QString>> &initValues = {})
 {
     QStandardPaths::setTestModeEnabled(true);
-    Program::Reset();
+    ProgramWide::Reset();
     basDNS::SetTransferTimeout(60000);
     ServiceConfig config = ServiceConfig::Defaults();
     config.httpHost = QStringLiteral("127.0.0.1");

@@ -49,7 +49,7 @@ private slots:
         frmMain w;
         w.SetSort(2, false, sorted);
         User().sDomainUserRecords = records.list;
-        Program::sAutoIPList = records.autoList;
+        ProgramWide::sAutoIPList = records.autoList;
         // One round untimed, so that both benchmarks run on a warm heap.
         w.FillDomainUserGrid();
         QBENCHMARK

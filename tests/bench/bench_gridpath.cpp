@@ -103,8 +103,8 @@ private slots:
         Timings veltrio;
         {
             TestSeams seams;
-            Program::Reset();
-            Program::sAutoIPList = records.autoList;
+            ProgramWide::Reset();
+            ProgramWide::sAutoIPList = records.autoList;
             frmMain w;
             w.ShowFrame(QStringLiteral("Grid"));
             w.show();

@@ -4,7 +4,7 @@
 // has the settings file empty, and checking as soon as it has logged in.
 #include "ServiceModeTest.h"
 
-#include "RefreshStatus.h"
+#include "StatusFiles.h"
 
 #include <QElapsedTimer>
 
@@ -100,7 +100,7 @@ private slots:
         const int failing = sent("FXN=GetIPAddress").size();
         QVERIFY(
             QTest::qWaitFor([&] { return sent("FXN=GetIPAddress").size() >= failing + 2; }, 20000));
-        const auto status = RefreshStatus::Read(u"acme"_s);
+        const auto status = StatusFile::Read(u"acme"_s);
         QVERIFY(status && status->summary == u"No answer from the service"_s);
         QVERIFY(m_service->clearFault());
         QVERIFY2(said(run, output, u"acme: the service answers again"_s), qPrintable(output));

@@ -1,7 +1,7 @@
 // The record list of a reply as the grid reads it, and what the automatic
 // refresh makes of the rows. Input: the new public address on the first line,
 // the record list after it.
-#include "AutoRefresh.h"
+#include "RefreshRules.h"
 #include "RecordList.h"
 #include "ReplacePlan.h"
 
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString ip = newline < 0 ? input : input.left(newline);
     const QString records = newline < 0 ? QString() : input.mid(newline + 1);
 
-    QList<AutoRefresh::GridRow> rows;
+    QList<RefreshRules::GridRow> rows;
     for (const QString &piece : RecordList::Split(records)) {
         QStringList fields;
         try {
@@ -32,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const QString autoIP = rows.size() % 2 == 0 ? QStringLiteral("Yes") : QStringLiteral("No");
         rows.append({fields[0], host, fields[1], fields[3], autoIP});
     }
-    for (const AutoRefresh::GridRow &row : rows)
-        AutoRefresh::ResendForRow(row, ip);
+    for (const RefreshRules::GridRow &row : rows)
+        RefreshRules::ResendForRow(row, ip);
     ReplacePlan::AutomaticRows(records, records.toUpper());
     ReplacePlan::Listed listed(records);
     return 0;

@@ -63,7 +63,7 @@ private:
         config.httpsHost = QStringLiteral("127.0.0.1:%1").arg(m_service.httpsPort());
         config.caCertificates = trustCa ? m_service.caFile() : QString();
         SetConfig(config);
-        Program::sServiceURL =
+        ProgramWide::sServiceURL =
             https ? basDNS::HttpsURL() : basDNS::PlainURL(QString::number(m_service.httpPort()));
     }
 
@@ -95,16 +95,16 @@ private slots:
     }
     void init()
     {
-        Program::Reset();
+        ProgramWide::Reset();
         m_window = RecordingWindow();
-        SetMainWindow(&m_window);
+        RegisterMainWindow(&m_window);
         basDNS::SetTransferTimeout(60000);
         m_service.clearRequests();
         QVERIFY(m_service.setPublicIp(QString()));
     }
     void cleanup()
     {
-        SetMainWindow(nullptr);
+        RegisterMainWindow(nullptr);
         basDNS::SetTransferTimeout(60000);
     }
 
@@ -150,7 +150,7 @@ private slots:
         QCOMPARE(User().sIPAddress, address);
         QVERIFY(RecordList::Split(User().sDomainUserRecords).contains(piece));
         QVERIFY(m_service.stateRecords(QStringLiteral("acme")).contains(piece));
-        QCOMPARE(Program::sAutoIPList,
+        QCOMPARE(ProgramWide::sAutoIPList,
                  QStringLiteral("ACME.TEST;;A;;@;;") + address + QStringLiteral("~~"));
 
         m_service.clearRequests();
@@ -166,7 +166,7 @@ private slots:
         QVERIFY(RecordList::Split(User().sDomainUserRecords)
                     .contains(QStringLiteral("acme.test;;A;;mail;;203.0.113.7")));
         QVERIFY(!m_service.stateRecords(QStringLiteral("acme")).contains(piece));
-        QCOMPARE(Program::sAutoIPList, QString());
+        QCOMPARE(ProgramWide::sAutoIPList, QString());
     }
 
     void ticklerAdvanced_freeSubDomain()
@@ -205,7 +205,7 @@ private slots:
         QCOMPARE(seams.messages[2].title, QStringLiteral("Veltrio"));
         QCOMPARE(m_window.caption, QStringLiteral("Not Connected with Server"));
         // A free account's commands never touch the auto-IP list.
-        QCOMPARE(Program::sAutoIPList, QString());
+        QCOMPARE(ProgramWide::sAutoIPList, QString());
     }
 
     void tickler_failure_data()
@@ -236,7 +236,7 @@ private slots:
         QCOMPARE(m_window.tray, QList<bool>{false});
         QCOMPARE(m_window.enabledCalls, (QList<bool>{false, true}));
         QCOMPARE(User().sDomainUserRecords, QStringLiteral("kept;;A;;@;;1.2.3.4"));
-        QCOMPARE(Program::sAutoIPList, QString());
+        QCOMPARE(ProgramWide::sAutoIPList, QString());
     }
 
     // Parameters go out as they are held: a password with "&", "=" or a
@@ -276,7 +276,7 @@ private slots:
     {
         useService(false);
         logIn(QStringLiteral("acme"), QStringLiteral("acme"));
-        const QString service = Program::sServiceURL;
+        const QString service = ProgramWide::sServiceURL;
         const QString nowhere =
             QStringLiteral("http://127.0.0.1:%1/dnslogin3.asp").arg(closedPort());
 
@@ -290,7 +290,7 @@ private slots:
         QCOMPARE(m_window.statusChanges, 1);
         QCOMPARE(m_window.tray.size(), 1);
         // A failure always reports, even twice in a row, and keeps the record list.
-        Program::sServiceURL = nowhere;
+        ProgramWide::sServiceURL = nowhere;
         User().sDomainUserRecords = QStringLiteral("kept");
         QVERIFY(basDNS::GetIPAddress().isEmpty());
         QVERIFY(basDNS::GetIPAddress().isEmpty());
@@ -301,12 +301,12 @@ private slots:
         QCOMPARE(m_window.statusChanges, 3);
         // Any colour but dark red stays on success.
         m_window.colour = 0;
-        Program::sServiceURL = service;
+        ProgramWide::sServiceURL = service;
         QVERIFY(!basDNS::GetIPAddress().isEmpty());
         QCOMPARE(m_window.colour, 0);
         QCOMPARE(m_window.statusChanges, 3);
         // Without a main window the outcome shows nowhere and nothing breaks.
-        SetMainWindow(nullptr);
+        RegisterMainWindow(nullptr);
         QVERIFY(!basDNS::GetIPAddress().isEmpty());
     }
 
@@ -338,7 +338,7 @@ private slots:
         const QByteArray saved = qgetenv("http_proxy");
         qputenv("http_proxy",
                 QStringLiteral("http://127.0.0.1:%1").arg(m_service.httpPort()).toLatin1());
-        Program::sServiceURL = QStringLiteral("http://update.veltrio.test/dnslogin3.asp");
+        ProgramWide::sServiceURL = QStringLiteral("http://update.veltrio.test/dnslogin3.asp");
         const QString reply = basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"));
         if (saved.isNull())
             qunsetenv("http_proxy");

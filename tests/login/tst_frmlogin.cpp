@@ -88,11 +88,11 @@ private slots:
         SetConfig(config);
         RegistryStore::SetFile(m_dir.filePath(QStringLiteral("settings.ini")));
         basErr::SetLogFolder(m_dir.filePath(QStringLiteral("Logs")));
-        SetMainWindow(this);
+        RegisterMainWindow(this);
     }
     void init()
     {
-        Program::Reset();
+        ProgramWide::Reset();
         m_freeInfo.clear();
         QFile settings(m_dir.filePath(QStringLiteral("settings.ini")));
         QVERIFY(settings.open(QIODevice::WriteOnly));
@@ -102,7 +102,7 @@ private slots:
         m_service.clearRequests();
     }
     void cleanup() { delete m_login; }
-    void cleanupTestCase() { SetMainWindow(nullptr); }
+    void cleanupTestCase() { RegisterMainWindow(nullptr); }
 
     void refusedLogin_data()
     {
@@ -129,7 +129,7 @@ private slots:
                       server = typed.section(u'|', 2);
         TestSeams seams;
         if (server == QLatin1String("unreachable"))
-            Program::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
+            ProgramWide::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
         else if (server != QLatin1String("service"))
             QVERIFY(m_service.setNextReply(server));
         type(user, password);
@@ -145,7 +145,7 @@ private slots:
             QCOMPARE(m_service.requests(), QStringList());
         QVERIFY(m_login->frmLoggingIn->isHidden());
         QVERIFY(!m_login->bBusy);
-        QVERIFY(!Program::bLoggedIn);
+        QVERIFY(!ProgramWide::bLoggedIn);
         QCOMPARE(User().sUsername, QString());
         QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), m_login.data());
     }
@@ -205,15 +205,15 @@ private slots:
         QCOMPARE(session(), filled);
         QCOMPARE(m_service.requests(),
                  QStringList{QStringLiteral("fxn=login&usr=%1&pwd=%1").arg(user.trimmed())});
-        QCOMPARE(Program::bSaveLogin, save);
+        QCOMPARE(ProgramWide::bSaveLogin, save);
         QCOMPARE(m_freeInfo,
                  outcome.endsWith(QLatin1String("free info")) ? QList<bool>{true} : QList<bool>());
         if (outcome != QLatin1String("expired")) {
-            QVERIFY(Program::bLoggedIn);
+            QVERIFY(ProgramWide::bLoggedIn);
             QTRY_VERIFY(m_login.isNull());
             return;
         }
-        QVERIFY(!Program::bLoggedIn);
+        QVERIFY(!ProgramWide::bLoggedIn);
         verifyCovers(m_login->frameExpire);
         QCOMPARE(Windows::Find(QStringLiteral("frmLogin")), m_login.data());
         QTest::mouseClick(m_login->Label5, Qt::LeftButton);
@@ -231,7 +231,7 @@ private slots:
         type(QStringLiteral("ann"), QStringLiteral("pw"));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, m_login->cmdLogin_Click());
         QCOMPARE(session(), QStringLiteral("ann|Ann|Lee|a.test||A|12/31/2030|pw||"));
-        QVERIFY(!Program::bLoggedIn);
+        QVERIFY(!ProgramWide::bLoggedIn);
         QVERIFY(!m_login->bBusy);
     }
 
@@ -243,14 +243,14 @@ private slots:
         m_login->cboPorts->setEditText(QStringLiteral("1400"));
         m_login->cboRefreshRate->setEditText(QStringLiteral("75"));
         m_login->chkSSL->click();
-        QCOMPARE(Program::sServiceURL,
+        QCOMPARE(ProgramWide::sServiceURL,
                  QStringLiteral("https://secure.test/autoupdate/dnslogin3.asp"));
         QVERIFY(!m_login->cboPorts->isEnabled());
         // Unticked, the port comes from the main window's list, not from this
         // window's; before the main window exists there is none.
         m_login->chkSSL->click();
         QVERIFY(m_login->cboPorts->isEnabled());
-        QCOMPARE(Program::sServiceURL, QStringLiteral("http://127.0.0.1/dnslogin3.asp"));
+        QCOMPARE(ProgramWide::sServiceURL, QStringLiteral("http://127.0.0.1/dnslogin3.asp"));
         QWidget main;
         main.setObjectName(QStringLiteral("frmMain"));
         (new QComboBox(&main))->setObjectName(QStringLiteral("cboPorts"));
@@ -258,7 +258,7 @@ private slots:
         m_login->chkSSL->click();
         m_login->chkSSL->click();
         const QString url = QStringLiteral("http://127.0.0.1:8080/dnslogin3.asp");
-        QCOMPARE(Program::sServiceURL, url);
+        QCOMPARE(ProgramWide::sServiceURL, url);
         // Done stores the choices; the URL waits for the next load.
         QTest::mouseClick(m_login->Label18, Qt::LeftButton);
         QVERIFY(m_login->frameAdvanced->isHidden());
@@ -267,7 +267,7 @@ private slots:
         for (const auto &[name, value] :
              {std::pair{"bSSL", "0"}, {"Port", "1400"}, {"RefreshRate", "75"}})
             QCOMPARE(reg.ReadValue(QLatin1String(name)), QLatin1String(value));
-        QCOMPARE(Program::sServiceURL, url);
+        QCOMPARE(ProgramWide::sServiceURL, url);
     }
 
     // The window at the keyboard: where the focus is after a message or
@@ -344,7 +344,7 @@ private slots:
         Windows::Track(main);
         newLogin();
         QTest::mouseClick(m_login->Label4, Qt::LeftButton);
-        QVERIFY(Program::bSkipClosePrompt);
+        QVERIFY(ProgramWide::bSkipClosePrompt);
         // The main window takes the others along when it unloads.
         QCOMPARE(Windows::Loaded(), QList<QWidget *>{m_login.data()});
         QTRY_VERIFY(main.isNull());

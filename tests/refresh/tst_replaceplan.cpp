@@ -8,7 +8,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using AutoRefresh::RecordArgs;
+using RefreshRules::RecordArgs;
 
 namespace {
 

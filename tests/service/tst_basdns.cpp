@@ -12,7 +12,7 @@ class TestBasDNS : public QObject
 private slots:
     void cleanup()
     {
-        Program::Reset();
+        ProgramWide::Reset();
         SetConfig(ServiceConfig::Defaults());
     }
 
@@ -163,10 +163,10 @@ private slots:
         QFETCH(QString, list);
         QFETCH(QString, command);
         QFETCH(bool, autoIP);
-        Program::sAutoIPList = list;
+        ProgramWide::sAutoIPList = list;
         basDNS::UpdateAutoIpEntry(QStringLiteral(" example.net"), QStringLiteral("www "), command,
                                   QStringLiteral("a"), QStringLiteral("10.0.0.1 "), autoIP);
-        QTEST(Program::sAutoIPList, "expected");
+        QTEST(ProgramWide::sAutoIPList, "expected");
     }
 };
 

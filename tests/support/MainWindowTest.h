@@ -62,7 +62,7 @@ protected:
     bool startService()
     {
         QStandardPaths::setTestModeEnabled(true);
-        Program::Reset();
+        ProgramWide::Reset();
         basDNS::SetTransferTimeout(60000);
         ServiceConfig config = ServiceConfig::Defaults();
         config.httpHost = QStringLiteral("127.0.0.1");

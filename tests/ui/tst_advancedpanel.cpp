@@ -69,9 +69,9 @@ private slots:
         f.close();
         RegistryStore::SetFile(file);
         TestSeams seams;
-        Program::Reset();
+        ProgramWide::Reset();
         User().bVeltrioOnly = freeAccount;
-        Program::sServiceURL = QStringLiteral("unchanged");
+        ProgramWide::sServiceURL = QStringLiteral("unchanged");
         QWidget window;
         auto *ports = new QComboBox(&window), *rates = new QComboBox(&window);
         ports->setObjectName(QStringLiteral("cboPorts"));
@@ -95,7 +95,7 @@ private slots:
                             : want[2] == QLatin1String("https")
                                 ? QStringLiteral("https://secure.test/autoupdate/dnslogin3.asp")
                                 : want[2];
-        QCOMPARE(Program::sServiceURL, url);
+        QCOMPARE(ProgramWide::sServiceURL, url);
         QCOMPARE(service.isChecked(),
                  withService && init.contains(QLatin1String("bRunAsService=1")));
         // Ending early is a trapped error 91, a missing control.

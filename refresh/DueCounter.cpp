@@ -1,9 +1,9 @@
-#include "RefreshTimer.h"
+#include "DueCounter.h"
 
 #include "RuntimeError.h"
 #include "TextRules.h"
 
-bool RefreshTimer::Tick(const QString &rateText)
+bool DueCounter::Tick(const QString &rateText)
 {
     const double threshold = TextRules::ToDouble(rateText) / 10.0 - 1.0;
     const bool due = m_ticks >= threshold;

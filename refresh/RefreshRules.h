@@ -8,7 +8,7 @@
 // re-sent when the public address changes and with what, the text form of the
 // automatic rows for the settings store, and the up-time caption. The main
 // window reads its controls into these values and sends what comes back.
-namespace AutoRefresh {
+namespace RefreshRules {
 
 // One row of the record grid, cell by cell: the domain (the row's text), host
 // name, record type, value (an address, or a port relay's URL) and the AutoIP
@@ -69,4 +69,4 @@ bool ShouldAskService(bool autoIPTicked, bool bVeltrioOnly);
 // an overflow error.
 QString UpTimeCaption(qint64 seconds);
 
-} // namespace AutoRefresh
+} // namespace RefreshRules

@@ -1,6 +1,6 @@
-#include "RefreshStatus.h"
+#include "StatusFiles.h"
 
-#include "Refresher.h"
+#include "AccountLocks.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -15,7 +15,7 @@ constexpr qint64 kLargest = 64LL * 1024 * 1024;
 
 QString fileOf(const QString &account, const char *suffix)
 {
-    return Refresher::FileOf(account, QLatin1String(suffix));
+    return AccountLocks::FileOf(account, QLatin1String(suffix));
 }
 
 template <typename Fields> bool writeJson(const QString &path, const Fields &fields)
@@ -56,7 +56,7 @@ std::optional<QList<QString>> readJson(const QString &path, const Names &names)
 
 } // namespace
 
-bool RefreshStatus::Write(const QString &account) const
+bool StatusFile::Write(const QString &account) const
 {
     const std::pair<const char *, QString> fields[] = {{"checkTime", checkTime},
                                                        {"address", address},
@@ -66,32 +66,32 @@ bool RefreshStatus::Write(const QString &account) const
     return writeJson(fileOf(account, ".status"), fields);
 }
 
-std::optional<RefreshStatus> RefreshStatus::Read(const QString &account)
+std::optional<StatusFile> StatusFile::Read(const QString &account)
 {
     const char *names[] = {"checkTime", "address", "summary", "details", "ipAddress"};
     const auto values = readJson(fileOf(account, ".status"), names);
     if (!values)
         return std::nullopt;
-    return RefreshStatus{(*values)[0], (*values)[1], (*values)[2], (*values)[3], (*values)[4]};
+    return StatusFile{(*values)[0], (*values)[1], (*values)[2], (*values)[3], (*values)[4]};
 }
 
-bool RefreshRecords::Write(const QString &account) const
+bool RecordsFile::Write(const QString &account) const
 {
     const std::pair<const char *, QString> fields[] = {{"records", records},
                                                        {"autoIPList", autoIPList}};
     return writeJson(fileOf(account, ".records"), fields);
 }
 
-std::optional<RefreshRecords> RefreshRecords::Read(const QString &account)
+std::optional<RecordsFile> RecordsFile::Read(const QString &account)
 {
     const char *names[] = {"records", "autoIPList"};
     const auto values = readJson(fileOf(account, ".records"), names);
     if (!values)
         return std::nullopt;
-    return RefreshRecords{(*values)[0], (*values)[1]};
+    return RecordsFile{(*values)[0], (*values)[1]};
 }
 
-qint64 RefreshRecords::Stamp(const QString &account)
+qint64 RecordsFile::Stamp(const QString &account)
 {
     const QFileInfo info(fileOf(account, ".records"));
     return info.exists() ? info.lastModified().toMSecsSinceEpoch() : 0;

@@ -1,24 +1,24 @@
-#include "AutoRefresh.h"
-#include "RefreshTimer.h"
+#include "DueCounter.h"
+#include "RefreshRules.h"
 #include "RuntimeError.h"
 
 #include <QTest>
 #include <limits>
 
 using namespace Qt::StringLiterals;
-using AutoRefresh::GridRow;
+using RefreshRules::GridRow;
 Q_DECLARE_METATYPE(GridRow)
 
 namespace {
 
-QString text(const AutoRefresh::RecordArgs &a)
+QString text(const RefreshRules::RecordArgs &a)
 {
     return QStringList{a.domain, a.host, a.recordType, a.address}.join(u'|');
 }
 
 } // namespace
 
-class TestAutoRefresh : public QObject
+class TestRefreshRules : public QObject
 {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ private slots:
     void resendForRow()
     {
         QFETCH(GridRow, row);
-        const auto resend = AutoRefresh::ResendForRow(row, u"10.0.0.2"_s);
+        const auto resend = RefreshRules::ResendForRow(row, u"10.0.0.2"_s);
         QVERIFY(resend);
         QTEST(text(resend->remove) + u' ' + text(resend->add), "sent");
     }
@@ -63,7 +63,7 @@ private slots:
         QFETCH(qint64, seconds);
         QFETCH(QString, caption);
         try {
-            QCOMPARE(AutoRefresh::UpTimeCaption(seconds), caption);
+            QCOMPARE(RefreshRules::UpTimeCaption(seconds), caption);
         } catch (const RuntimeError &e) {
             QVERIFY(caption.isEmpty());
             QCOMPARE(e.number(), ErrorNumber::Overflow);
@@ -86,7 +86,7 @@ private slots:
     void refreshTimer_checksOnDueTicks()
     {
         QFETCH(QString, rate);
-        RefreshTimer timer;
+        DueCounter timer;
         QList<int> checked;
         for (int tick = 1; tick <= 24; ++tick) {
             if (timer.Tick(rate))
@@ -99,7 +99,7 @@ private slots:
     void refreshTimer_countPast32BitsOverflows()
     {
         const qint32 most = std::numeric_limits<qint32>::max();
-        RefreshTimer timer(most);
+        DueCounter timer(most);
         try {
             timer.Tick(u"1e12"_s);
             QFAIL("no error raised");
@@ -111,5 +111,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAutoRefresh)
-#include "tst_autorefresh.moc"
+QTEST_GUILESS_MAIN(TestRefreshRules)
+#include "tst_refreshrules.moc"

@@ -1,4 +1,4 @@
-#include "Refresher.h"
+#include "AccountLocks.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,14 +18,14 @@ std::unique_ptr<QLockFile> lockFile(const QString &path)
 
 } // namespace
 
-Refresher::Refresher(Role role) : m_role(role) {}
+AccountLocks::AccountLocks(Role role) : m_role(role) {}
 
-Refresher::~Refresher()
+AccountLocks::~AccountLocks()
 {
     Close();
 }
 
-QString Refresher::Folder()
+QString AccountLocks::Folder()
 {
     // Looked up once: without XDG_RUNTIME_DIR Qt warns on every look-up.
     static const QString folder = [] {
@@ -40,7 +40,7 @@ QString Refresher::Folder()
     return folder;
 }
 
-QString Refresher::FileOf(const QString &account, const QString &suffix)
+QString AccountLocks::FileOf(const QString &account, const QString &suffix)
 {
     // Names match without regard to case, as the service's do; anything
     // that is no plain name character is escaped.
@@ -49,7 +49,7 @@ QString Refresher::FileOf(const QString &account, const QString &suffix)
     return QDir(Folder()).filePath(name + suffix);
 }
 
-bool Refresher::Open(const QString &account)
+bool AccountLocks::Open(const QString &account)
 {
     Close();
     m_account = account;
@@ -66,14 +66,14 @@ bool Refresher::Open(const QString &account)
     return false;
 }
 
-void Refresher::Close()
+void AccountLocks::Close()
 {
     m_refresh.reset();
     m_service.reset();
     m_other = Other::Nobody;
 }
 
-bool Refresher::ServiceModeRuns(const QString &account)
+bool AccountLocks::ServiceModeRuns(const QString &account)
 {
     if (account.isEmpty())
         return false;
@@ -85,13 +85,13 @@ bool Refresher::ServiceModeRuns(const QString &account)
     return !lockFile(path)->tryLock(0);
 }
 
-void Refresher::CheckDone()
+void AccountLocks::CheckDone()
 {
     if (!KeepsLock())
         m_refresh.reset();
 }
 
-bool Refresher::MayRefresh(int waitMs)
+bool AccountLocks::MayRefresh(int waitMs)
 {
     if (m_account.isEmpty())
         return true;

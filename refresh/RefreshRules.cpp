@@ -1,4 +1,4 @@
-#include "AutoRefresh.h"
+#include "RefreshRules.h"
 
 #include "RuntimeError.h"
 #include "TextRules.h"
@@ -6,7 +6,7 @@
 
 #include <limits>
 
-namespace AutoRefresh {
+namespace RefreshRules {
 namespace {
 
 const QString PortRelay = QStringLiteral("PORT RELAY");
@@ -78,4 +78,4 @@ QString UpTimeCaption(qint64 seconds)
            QLatin1Char(':') + twoDigits(minutes) + QLatin1Char(':') + twoDigits(secs);
 }
 
-} // namespace AutoRefresh
+} // namespace RefreshRules

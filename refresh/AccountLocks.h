@@ -13,7 +13,7 @@ class QLockFile;
 // A window never refreshes while the service mode runs for its account: it
 // gives the refresh lock up at its next tick. A lock whose process is gone
 // (a crash, kill -9) is taken over.
-class Refresher
+class AccountLocks
 {
 public:
     // A one-off check (veltrio-dnsd --once) takes only the refresh lock.
@@ -21,10 +21,10 @@ public:
     // Who sends the checks when this process does not.
     enum class Other { Nobody, ServiceMode, Window };
 
-    explicit Refresher(Role role);
-    ~Refresher();
-    Refresher(const Refresher &) = delete;
-    Refresher &operator=(const Refresher &) = delete;
+    explicit AccountLocks(Role role);
+    ~AccountLocks();
+    AccountLocks(const AccountLocks &) = delete;
+    AccountLocks &operator=(const AccountLocks &) = delete;
 
     // Takes part for the account (its user name). The service mode takes the
     // account's service lock here; false when another service mode holds it.

@@ -6,13 +6,13 @@
 // Counts the ticks of the ten-second refresh timer towards the refresh rate
 // the user chose, and says on which tick the public address is due to be
 // checked.
-class RefreshTimer
+class DueCounter
 {
 public:
     // The interval of the timer that calls Tick(), in milliseconds.
     static constexpr int TickInterval = 10000;
 
-    explicit RefreshTimer(qint32 ticks = 0) : m_ticks(ticks) {}
+    explicit DueCounter(qint32 ticks = 0) : m_ticks(ticks) {}
 
     // One tick with the refresh rate in seconds, as its text. A check is due
     // when the ticks counted so far reach rate / 10 - 1; the count then

@@ -10,7 +10,7 @@
 // the password): ".status", written after every check, and ".records", the
 // record list and the automatic list, written when they changed. A window
 // that leaves the checks to another process reads them.
-struct RefreshStatus
+struct StatusFile
 {
     QString checkTime; // "m/d/yy h:nn:ss am/pm" of the last check
     QString address;   // the public address it found; empty when none
@@ -22,18 +22,18 @@ struct RefreshStatus
     // not be written.
     bool Write(const QString &account) const;
     // The account's status; nothing when there is none or it is damaged.
-    static std::optional<RefreshStatus> Read(const QString &account);
+    static std::optional<StatusFile> Read(const QString &account);
 };
 
 // The account's record list as the service last sent it, and the keys of
 // its automatic records.
-struct RefreshRecords
+struct RecordsFile
 {
     QString records;
     QString autoIPList;
 
     bool Write(const QString &account) const;
-    static std::optional<RefreshRecords> Read(const QString &account);
+    static std::optional<RecordsFile> Read(const QString &account);
     // When the account's records file was last written (msecs since the
     // epoch); 0 when there is none.
     static qint64 Stamp(const QString &account);

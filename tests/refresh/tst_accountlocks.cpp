@@ -1,17 +1,17 @@
 // Who sends an account's checks when windows and the service mode meet on one
 // machine. The locks are plain files, so two Refreshers in one process stand
 // for two programs.
-#include "Refresher.h"
+#include "AccountLocks.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
-using Role = Refresher::Role;
-using Other = Refresher::Other;
+using Role = AccountLocks::Role;
+using Other = AccountLocks::Other;
 
-class TestRefresher : public QObject
+class TestAccountLocks : public QObject
 {
     Q_OBJECT
 
@@ -54,19 +54,19 @@ private slots:
         QFETCH(bool, secondRefreshes);
         QFETCH(Other, refreshedBy);
 
-        Refresher a(first);
+        AccountLocks a(first);
         QVERIFY(a.Open(QStringLiteral("Acme")));
         QVERIFY(a.MayRefresh());
         if (!firstChecking)
             a.CheckDone();
         // Names match without regard to case.
-        Refresher b(second);
+        AccountLocks b(second);
         QCOMPARE(b.Open(QStringLiteral("acme")), secondOpens);
         if (secondOpens)
             QCOMPARE(b.MayRefresh(), secondRefreshes);
         QCOMPARE(b.RefreshedBy(), refreshedBy);
         // Another account is free all the same.
-        Refresher other(second);
+        AccountLocks other(second);
         QVERIFY(other.Open(QStringLiteral("demo")));
         QVERIFY(other.MayRefresh());
     }
@@ -90,17 +90,17 @@ private slots:
         QVERIFY(gone.waitForStarted());
         const qint64 pid = gone.processId();
         QVERIFY(gone.waitForFinished());
-        QFile lock(Refresher::FileOf(QStringLiteral("acme"), suffix));
+        QFile lock(AccountLocks::FileOf(QStringLiteral("acme"), suffix));
         QVERIFY(lock.open(QIODevice::WriteOnly));
         lock.write(QByteArray::number(pid) + "\nveltrio-dnsd\n\n");
         lock.close();
 
-        QCOMPARE(Refresher::ServiceModeRuns(QStringLiteral("acme")), false);
-        Refresher r(role);
+        QCOMPARE(AccountLocks::ServiceModeRuns(QStringLiteral("acme")), false);
+        AccountLocks r(role);
         QVERIFY(r.Open(QStringLiteral("acme")));
         QVERIFY(r.MayRefresh());
     }
 };
 
-QTEST_GUILESS_MAIN(TestRefresher)
-#include "tst_refresher.moc"
+QTEST_GUILESS_MAIN(TestAccountLocks)
+#include "tst_accountlocks.moc"
