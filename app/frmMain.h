@@ -106,33 +106,8 @@ public:
     // Exactly one of the two is in the tray: "on" while the service answers.
     QSystemTrayIcon *cSysTrayOn, *cSysTrayOff;
     // Whether minimising may hide the window: only where a tray can bring it
-    // back. Read from the desktop when the window is made.
-    bool bTrayAvailable = false;
-
-    // --- Window state -----------------------------------------------------------------
-    // The grid's remembered selection and what it showed last.
-    QString sSelectedRecord;
-    QString sLastRecords;
-    QString sLastAutoIPList;
-    // The record being edited; an empty sCurDomain means a new record.
-    QString sCurDomain, sCurRecordType, sCurName, sCurServerAddress, sCurPort;
-    // The record's value as the service holds it (a port relay's URL with
-    // its port): what an edit deletes.
-    QString sCurRecordValue;
-    bool bCurAutoIP = false;
-    // Re-entry guards of the three record buttons, independent of each other.
-    bool bServerIPBusy = false;
-    bool bSetIPBusy = false;
-    bool bDeleteBusy = false;
-    // Set while LoadFreeUserInfo ticks the service shortcut boxes.
-    bool bLoadingFreeInfo = false;
-    // Requests made from the tray menu, carried out once the menu has closed.
-    bool bLogOffPending = false;
-    bool bExitPending = false;
-    // What the last check of the automatic refresh told, line by line.
-    QString sTrayText;
-    // Where no tray exists, the one box that says what the refresh did.
-    QPointer<QMessageBox> refreshBox;
+    // back. Read from the desktop when the window is made; a test sets it.
+    void SetTrayAvailable(bool available) { bTrayAvailable = available; }
 
     // The grid's sort state: column (0-based), descending, and whether it sorts.
     bool SortDescending() const { return m_sortDescending; }
@@ -252,6 +227,35 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    // Whether minimising may hide the window: only where a tray can bring it
+    // back. Read from the desktop when the window is made.
+    bool bTrayAvailable = false;
+
+    // --- Window state -----------------------------------------------------------------
+    // The grid's remembered selection and what it showed last.
+    QString sSelectedRecord;
+    QString sLastRecords;
+    QString sLastAutoIPList;
+    // The record being edited; an empty sCurDomain means a new record.
+    QString sCurDomain, sCurRecordType, sCurName, sCurServerAddress, sCurPort;
+    // The record's value as the service holds it (a port relay's URL with
+    // its port): what an edit deletes.
+    QString sCurRecordValue;
+    bool bCurAutoIP = false;
+    // Re-entry guards of the three record buttons, independent of each other.
+    bool bServerIPBusy = false;
+    bool bSetIPBusy = false;
+    bool bDeleteBusy = false;
+    // Set while LoadFreeUserInfo ticks the service shortcut boxes.
+    bool bLoadingFreeInfo = false;
+    // Requests made from the tray menu, carried out once the menu has closed.
+    bool bLogOffPending = false;
+    bool bExitPending = false;
+    // What the last check of the automatic refresh told, line by line.
+    QString sTrayText;
+    // Where no tray exists, the one box that says what the refresh did.
+    QPointer<QMessageBox> refreshBox;
+
     void buildStatusPanel(QWidget *central);
     void buildGridPanel(QWidget *central);
     void buildFreePanel(QWidget *central);

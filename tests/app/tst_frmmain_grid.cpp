@@ -155,7 +155,6 @@ private slots:
         QVERIFY(showGrid());
         fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
         clickRow(0);
-        QCOMPARE(m_w->sSelectedRecord, u"a.test;;A;;www;;10.0.0.1"_s);
         fill(u"b.test;;A;;x;;10.0.0.5~~A.TEST;;A;;WWW;;10.0.0.1"_s);
         QVERIFY(m_w->lvDomainUser->selectionModel()->isRowSelected(1, {}));
         fill(u"b.test;;A;;x;;10.0.0.5"_s);
@@ -164,7 +163,6 @@ private slots:
         // selected again.
         fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
         clickRow(1);
-        QCOMPARE(m_w->sSelectedRecord, u"a.test;;A;;;;10.0.0.2"_s);
         fill(u"a.test;;A;;@;;10.0.0.2"_s);
         QVERIFY(!m_w->lvDomainUser->selectionModel()->hasSelection());
     }

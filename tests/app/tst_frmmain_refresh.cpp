@@ -42,7 +42,7 @@ private slots:
         QCOMPARE(w.lblTimesIPChanged->text(), changed);
         // Nobody has to click anything for it: no box, the tray tells.
         QCOMPARE(m_seams->messages.size(), 0);
-        QCOMPARE(w.sTrayText, u"demo.dyn.veltrio.test set to 198.51.100.50"_s);
+        QCOMPARE(w.lblLastRefresh->toolTip(), u"demo.dyn.veltrio.test set to 198.51.100.50"_s);
 
         // The same address again: nothing to send, nothing counted.
         m_service->clearRequests();
@@ -285,7 +285,7 @@ private slots:
         QVERIFY(w.isVisible() && (w.windowState() & Qt::WindowMaximized));
         // Exit from the menu waits until the menu has closed.
         w.mnuPopupExit->trigger();
-        QVERIFY(w.bExitPending && m_window);
+        QVERIFY(m_window);
         w.cSysTrayOn_MouseUp(1);
         QTRY_VERIFY(m_window.isNull());
         QVERIFY(Windows::Loaded().isEmpty());
@@ -294,12 +294,12 @@ private slots:
     void minimise_hidesOnlyWithATray()
     {
         frmMain &w = startDue("acme");
-        w.bTrayAvailable = false;
+        w.SetTrayAvailable(false);
         w.showMinimized();
         QCoreApplication::processEvents();
         QVERIFY(w.isVisible());
         w.showNormal();
-        w.bTrayAvailable = true;
+        w.SetTrayAvailable(true);
         w.showMinimized();
         QTRY_VERIFY(!w.isVisible());
     }
@@ -320,7 +320,7 @@ private slots:
         QVERIFY(w.tmrTimes->isActive());
         QCOMPARE(w.lblUpTime->text(), u"0 Days  00:00:00"_s);
         if (minimise) {
-            w.bTrayAvailable = true;
+            w.SetTrayAvailable(true);
             w.showMinimized();
         } else {
             w.mnuPopupHide->trigger();
