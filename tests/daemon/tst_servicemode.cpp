@@ -9,7 +9,11 @@
 #include <QProcess>
 #include <QTest>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#else
 #include <csignal>
+#endif
 
 namespace {
 
@@ -41,6 +45,12 @@ class tst_ServiceMode : public MainWindowTest
         const QString binary = qEnvironmentVariable("VELTRIO_DNSD_BIN");
         QVERIFY2(QFileInfo(binary).isExecutable(), "VELTRIO_DNSD_BIN is not set");
         process.setProcessChannelMode(QProcess::MergedChannels);
+#ifdef Q_OS_WIN
+        // A process group of its own, so that a Ctrl-Break reaches it alone.
+        process.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments *arguments) {
+            arguments->flags |= CREATE_NEW_PROCESS_GROUP;
+        });
+#endif
         process.start(binary, QStringList{QStringLiteral("--config"), configFile(),
                                           QStringLiteral("--settings"), RegistryStore::File(),
                                           QStringLiteral("--log-dir"), logFolder()} +
@@ -70,6 +80,17 @@ class tst_ServiceMode : public MainWindowTest
         return text;
     }
 
+    // Asks the program to end, as a service manager or a person does: SIGTERM,
+    // on Windows the console's Ctrl-Break.
+    static void askToEnd(QProcess &process)
+    {
+#ifdef Q_OS_WIN
+        QVERIFY(GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, DWORD(process.processId())));
+#else
+        process.terminate();
+#endif
+    }
+
     static bool waitForOutput(QProcess &process, QString &output, const QString &part)
     {
         return QTest::qWaitFor(
@@ -81,8 +102,14 @@ class tst_ServiceMode : public MainWindowTest
     }
 
 private slots:
-    void init() { QVERIFY(startService()); }
-    void cleanup() { tearDown(); }
+    void init()
+    {
+        QVERIFY(startService());
+    }
+    void cleanup()
+    {
+        tearDown();
+    }
 
     void once_data()
     {
@@ -168,18 +195,19 @@ private slots:
     }
 
     // Ended while an add waits at the service, after its delete went
-    // through: SIGTERM lets the add go out before the program ends; after a
-    // kill -9 the journal has it, and the next run adds it.
+    // through: SIGTERM (Ctrl-Break on Windows) lets the add go out before the
+    // program ends; after a kill -9 the journal has it, and the next run
+    // adds it.
     void endedBetweenDeleteAndAdd_recordComesBack_data()
     {
-        QTest::addColumn<int>("signal");
+        QTest::addColumn<bool>("asked"); // asked to end, or killed
         QTest::addColumn<bool>("presentAtExit");
-        QTest::newRow("SIGTERM") << int(SIGTERM) << true;
-        QTest::newRow("SIGKILL") << int(SIGKILL) << false;
+        QTest::newRow("SIGTERM") << true << true;
+        QTest::newRow("SIGKILL") << false << false;
     }
     void endedBetweenDeleteAndAdd_recordComesBack()
     {
-        QFETCH(int, signal);
+        QFETCH(bool, asked);
         QFETCH(bool, presentAtExit);
         writeValues(kInit, {{"bSaveLogin", 1},
                             {"Username", QStringLiteral("acme")},
@@ -194,7 +222,10 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return !sent("DNSCommand=RECORDDELETE").isEmpty(); }, 20000));
         QTest::qWait(500);
         QVERIFY(!stateNames(QStringLiteral("acme")).join(u' ').contains(QLatin1String("mail=")));
-        ::kill(static_cast<pid_t>(first.processId()), signal);
+        if (asked)
+            askToEnd(first);
+        else
+            first.kill();
         QVERIFY(first.waitForFinished(20000));
 
         QCOMPARE(stateNames(QStringLiteral("acme")).contains(kMailNew), presentAtExit);
@@ -241,13 +272,21 @@ private slots:
         QVERIFY2(w.lblLastRefresh->toolTip().contains(QLatin1String("set to")),
                  qPrintable(w.lblLastRefresh->toolTip()));
 
-        // SIGHUP reads the settings again.
+        // SIGHUP reads the settings again; on Windows a restart does.
         writeValues(kInit, {{"RefreshRate", QStringLiteral("90")}});
+#ifdef Q_OS_WIN
+        askToEnd(service);
+        QVERIFY(service.waitForFinished(10000));
+        QCOMPARE(service.exitCode(), 0);
+        startDnsd(service, {});
+        output.clear();
+#else
         ::kill(static_cast<pid_t>(service.processId()), SIGHUP);
+#endif
         QVERIFY2(waitForOutput(service, output, QStringLiteral("every 90 s")), qPrintable(output));
 
         // Once the service mode ends, the window checks again.
-        ::kill(static_cast<pid_t>(service.processId()), SIGTERM);
+        askToEnd(service);
         QVERIFY(service.waitForFinished(10000));
         QCOMPARE(service.exitCode(), 0);
         output += QString::fromLocal8Bit(service.readAll());
