@@ -95,6 +95,15 @@ private slots:
     }
     void init()
     {
+        // Qt's schannel backend hands the extra CAs to the chain check as a
+        // store imported from PKCS#12; Wine's import takes no certificate
+        // without its key, so there the extra CA is never used.
+        const bool extraCa =
+            qstrcmp(QTest::currentDataTag(), "https") == 0 ||
+            qstrcmp(QTest::currentTestFunction(), "untrustedCertificate_isRefused") == 0;
+        if (extraCa && HelperProcess::underWine())
+            QSKIP("Wine ignores the extra CA: its PFXImportCertStore imports no certificate "
+                  "without a key");
         Program::Reset();
         m_window = RecordingWindow();
         SetMainWindow(&m_window);

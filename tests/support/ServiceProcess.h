@@ -16,6 +16,10 @@
 #include <QUrl>
 #include <optional>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
 // A program the tests run beside them (veltrio-service, openssl), in a
 // folder of their own: a child of the test, or, when VELTRIO_SERVICE_KEEPER
 // names a folder, a program that a keeper on the build machine starts for
@@ -35,6 +39,17 @@ public:
 
     // The keeper's folder; empty when the programs are children.
     static QString keeperFolder() { return qEnvironmentVariable("VELTRIO_SERVICE_KEEPER"); }
+
+    // Whether this is a Windows program running under Wine.
+    static bool underWine()
+    {
+#ifdef Q_OS_WIN
+        const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+        return ntdll && GetProcAddress(ntdll, "wine_get_version");
+#else
+        return false;
+#endif
+    }
 
     // Starts program in folder; false, with errorString(), when it did not.
     bool start(const QString &folder, const QString &program, const QStringList &arguments)
@@ -157,10 +172,16 @@ public:
         }
     }
 
-    QString errorString() const { return m_error; }
+    QString errorString() const
+    {
+        return m_error;
+    }
 
 private:
-    QString file(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+    QString file(const char *name) const
+    {
+        return m_folder.filePath(QLatin1String(name));
+    }
 
     // Polls without running the test's event loop, as QProcess's waits do.
     template <typename Done> static bool waitFor(Done done, int ms)
