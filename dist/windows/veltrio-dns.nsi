@@ -11,7 +11,8 @@
 ; (HKCU\Software\Veltrio) and the logs unless the user asks, or /PURGE is
 ; given on its command line.
 
-Unicode true
+; A 64-bit installer for the 64-bit programs (it runs where they can).
+Target amd64-unicode
 SetCompressor /SOLID lzma
 RequestExecutionLevel user
 
@@ -30,6 +31,7 @@ InstallDirRegKey HKCU "${UNINSTALL_KEY}" "InstallLocation"
 VIProductVersion "${VERSION}.0"
 VIAddVersionKey "ProductName" "${PRODUCT}"
 VIAddVersionKey "CompanyName" "Veltrio"
+VIAddVersionKey "LegalCopyright" "Veltrio"
 VIAddVersionKey "FileDescription" "${PRODUCT} Setup"
 VIAddVersionKey "FileVersion" "${VERSION}"
 VIAddVersionKey "ProductVersion" "${VERSION}"
