@@ -32,9 +32,16 @@ QString AccountLocks::Folder()
         const QString overridden = qEnvironmentVariable("VELTRIO_RUNTIME_DIR");
         if (!overridden.isEmpty())
             return overridden;
+#ifdef Q_OS_WIN
+        // Qt's runtime folder on Windows is the home folder itself; the
+        // local application data folder stays on this machine.
+        const QString runtime =
+            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+#else
         QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
         if (runtime.isEmpty())
             runtime = QDir::tempPath();
+#endif
         return QDir(runtime).filePath(QStringLiteral("veltrio-dns"));
     }();
     return folder;

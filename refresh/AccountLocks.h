@@ -51,7 +51,8 @@ public:
     static bool ServiceModeRuns(const QString &account);
 
     // The folder of the locks and status files: $VELTRIO_RUNTIME_DIR, else
-    // "veltrio-dns" in the user's runtime folder.
+    // "veltrio-dns" in the user's runtime folder (on Windows the local
+    // application data folder, %LOCALAPPDATA%).
     static QString Folder();
     // The file of the account with that suffix (".status", ".refresh.lock").
     static QString FileOf(const QString &account, const QString &suffix);

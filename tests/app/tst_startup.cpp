@@ -22,11 +22,26 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
 namespace {
 
 // The image plugins mapped into this process.
 QStringList imagePluginsLoaded()
 {
+#ifdef Q_OS_WIN
+    QStringList loaded;
+    const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) +
+                       QStringLiteral("/imageformats"));
+    for (const QString &name : plugins.entryList(QDir::Files)) {
+        const QString path = QDir::toNativeSeparators(plugins.absoluteFilePath(name));
+        if (GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())))
+            loaded << path;
+    }
+    return loaded;
+#else
     QFile maps(QStringLiteral("/proc/self/maps"));
     if (!maps.open(QIODevice::ReadOnly))
         return {};
@@ -37,6 +52,7 @@ QStringList imagePluginsLoaded()
     }
     loaded.removeDuplicates();
     return loaded;
+#endif
 }
 
 } // namespace

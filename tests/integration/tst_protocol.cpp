@@ -95,6 +95,15 @@ private slots:
     }
     void init()
     {
+        // Qt's schannel backend hands the extra CAs to the chain check as a
+        // store imported from PKCS#12; Wine's import takes no certificate
+        // without its key, so there the extra CA is never used.
+        const bool extraCa =
+            qstrcmp(QTest::currentDataTag(), "https") == 0 ||
+            qstrcmp(QTest::currentTestFunction(), "untrustedCertificate_isRefused") == 0;
+        if (extraCa && HelperProcess::underWine())
+            QSKIP("Wine ignores the extra CA: its PFXImportCertStore imports no certificate "
+                  "without a key");
         ProgramWide::Reset();
         m_window = RecordingWindow();
         RegisterMainWindow(&m_window);
@@ -335,6 +344,9 @@ private slots:
     // resolves nowhere.
     void systemProxy_isUsed()
     {
+#ifdef Q_OS_WIN
+        QSKIP("Windows' system proxy is the one of its Internet Options, not http_proxy");
+#endif
         const QByteArray saved = qgetenv("http_proxy");
         qputenv("http_proxy",
                 QStringLiteral("http://127.0.0.1:%1").arg(m_service.httpPort()).toLatin1());
@@ -379,7 +391,10 @@ private slots:
     }
 
     // One address query, the request the client repeats most.
-    void benchmark_addressQuery_data() { addTransportColumn(); }
+    void benchmark_addressQuery_data()
+    {
+        addTransportColumn();
+    }
     void benchmark_addressQuery()
     {
         QFETCH(bool, https);

@@ -138,8 +138,11 @@ private slots:
         at(kInit)->WriteValue(u"Port"_s, u"8080"_s, RegistryStore::Text);
         at(kInit)->WriteValue(u"bSSL"_s, 1, RegistryStore::Number);
         at(u"SOFTWARE\\Veltrio\\demo"_s)->WriteValue(u"MainLeft"_s, 2400, RegistryStore::Number);
-        QCOMPARE(contents(m_file),
-                 QByteArray("[Init]\nPort=8080\nbSSL=1\n\n[demo]\nMainLeft=2400\n"));
+        QByteArray written("[Init]\nPort=8080\nbSSL=1\n\n[demo]\nMainLeft=2400\n");
+#ifdef Q_OS_WIN
+        written.replace("\n", "\r\n"); // QSettings writes the platform's line ends
+#endif
+        QCOMPARE(contents(m_file), written);
         QCOMPARE(contents(m_file + u".broken"_s), broken);
 #ifdef Q_OS_UNIX
         const auto mask = QFile::WriteOwner | QFile::ReadGroup | QFile::WriteGroup |

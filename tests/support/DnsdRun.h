@@ -1,12 +1,17 @@
 #pragma once
 
 #include "RegistryStore.h"
+#include "ServiceProcess.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTest>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
 
 // Runs the real veltrio-dnsd (VELTRIO_DNSD_BIN) for a test: against the
 // service at 127.0.0.1 on the settings file the test set up
@@ -50,6 +55,12 @@ public:
               << QStringLiteral("--settings") << RegistryStore::File()
               << QStringLiteral("--log-dir") << logFolder() << options;
         process.setProcessChannelMode(QProcess::MergedChannels);
+#ifdef Q_OS_WIN
+        // A process group of its own, so that a Ctrl-Break reaches it alone.
+        process.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments *arguments) {
+            arguments->flags |= CREATE_NEW_PROCESS_GROUP;
+        });
+#endif
         process.start(words.takeFirst(), words);
         return process.waitForStarted();
     }
@@ -72,6 +83,23 @@ public:
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                 QString::fromLocal8Bit(process.readAll())};
     }
+
+    // Asks the program to end, as a service manager or a person does:
+    // SIGTERM, on Windows the console's Ctrl-Break. False only under Wine,
+    // which sends no console control event (GenerateConsoleCtrlEvent fails
+    // there).
+    static bool askToEnd(QProcess &process)
+    {
+#ifdef Q_OS_WIN
+        return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, DWORD(process.processId())) ||
+               !HelperProcess::underWine();
+#else
+        process.terminate();
+        return true;
+#endif
+    }
+    static constexpr const char *kNoCtrlBreak =
+        "Wine sends no console control event: GenerateConsoleCtrlEvent fails there";
 
     // Every daily log's text.
     QString dailyLogs() const

@@ -22,6 +22,8 @@ protected:
         QVERIFY2(m_dnsd->start(process, options), "VELTRIO_DNSD_BIN is not set");
     }
     DnsdRun::Result runDnsd(const QStringList &options) { return m_dnsd->run(options); }
+    static bool askToEnd(QProcess &process) { return DnsdRun::askToEnd(process); }
+    static constexpr const char *kNoCtrlBreak = DnsdRun::kNoCtrlBreak;
     QString dailyLogs() const { return m_dnsd->dailyLogs(); }
 
     void saveLogin(const QString &user)

@@ -12,8 +12,196 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 #include <QUrl>
 #include <optional>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
+// A program the tests run beside them (veltrio-service, openssl), in a
+// folder of their own: a child of the test, or, when VELTRIO_SERVICE_KEEPER
+// names a folder, a program that a keeper on the build machine starts for
+// it. That is how the Windows build's tests run under Wine: a Windows
+// process cannot start the Linux programs as its children, so it writes its
+// request into a folder below the keeper's (a file "run": the program's name
+// and its arguments, one a line; "stop" ends it), and reads what the keeper
+// leaves there: "pid" once the program runs, its "stdout" and "stderr", and
+// "exit" with its exit code (see scripts/windows).
+class HelperProcess
+{
+public:
+    HelperProcess() = default;
+    ~HelperProcess() { stop(); }
+    HelperProcess(const HelperProcess &) = delete;
+    HelperProcess &operator=(const HelperProcess &) = delete;
+
+    // The keeper's folder; empty when the programs are children.
+    static QString keeperFolder() { return qEnvironmentVariable("VELTRIO_SERVICE_KEEPER"); }
+
+    // Whether this is a Windows program running under Wine.
+    static bool underWine()
+    {
+#ifdef Q_OS_WIN
+        const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+        return ntdll && GetProcAddress(ntdll, "wine_get_version");
+#else
+        return false;
+#endif
+    }
+
+    // Starts program in folder; false, with errorString(), when it did not.
+    bool start(const QString &folder, const QString &program, const QStringList &arguments)
+    {
+        stop();
+        m_folder = QDir(folder);
+        m_kept = !keeperFolder().isEmpty();
+        m_read = 0;
+        m_pending.clear();
+        if (!m_kept) {
+            m_process.setWorkingDirectory(folder);
+            m_process.start(program, arguments);
+            if (m_process.waitForStarted(10000))
+                return true;
+            m_error = m_process.errorString();
+            return false;
+        }
+        for (const char *name : {"stdout", "stderr", "pid", "exit"})
+            QFile::remove(file(name));
+        QFile request(file("run.part"));
+        const QByteArray text = (QStringList{program} + arguments).join(u'\n').toUtf8() + '\n';
+        if (!request.open(QIODevice::WriteOnly) || request.write(text) != text.size()) {
+            m_error = QStringLiteral("cannot write ") + request.fileName();
+            return false;
+        }
+        request.close();
+        if (!QFile::rename(request.fileName(), file("run"))) {
+            m_error = QStringLiteral("cannot rename ") + request.fileName();
+            return false;
+        }
+        if (!waitFor([this] { return QFile::exists(file("pid")) || QFile::exists(file("exit")); },
+                     10000)) {
+            m_error = QStringLiteral("the keeper in %1 did not start %2 (does it run?)")
+                          .arg(keeperFolder(), program);
+            return false;
+        }
+        return true;
+    }
+
+    bool running()
+    {
+        if (!m_kept)
+            return m_process.state() != QProcess::NotRunning;
+        return QFile::exists(file("pid")) && !QFile::exists(file("exit"));
+    }
+
+    // The next whole line of standard output, waiting up to ms for it;
+    // nullopt when none came.
+    std::optional<QByteArray> readLine(int ms)
+    {
+        if (!m_kept) {
+            if (!m_process.canReadLine() && !m_process.waitForReadyRead(ms))
+                return std::nullopt;
+            if (!m_process.canReadLine())
+                return std::nullopt;
+            return m_process.readLine();
+        }
+        const auto lineEnd = [this] {
+            QFile out(file("stdout"));
+            if (out.open(QIODevice::ReadOnly) && out.seek(m_read)) {
+                const QByteArray more = out.readAll();
+                m_read += more.size();
+                m_pending += more;
+            }
+            return m_pending.indexOf('\n');
+        };
+        if (lineEnd() < 0 && !waitFor([&] { return lineEnd() >= 0; }, ms))
+            return std::nullopt;
+        const qsizetype end = m_pending.indexOf('\n') + 1;
+        const QByteArray line = m_pending.left(end);
+        m_pending.remove(0, end);
+        return line;
+    }
+
+    QByteArray readAllStandardError()
+    {
+        if (!m_kept)
+            return m_process.readAllStandardError();
+        QFile err(file("stderr"));
+        return err.open(QIODevice::ReadOnly) ? err.readAll() : QByteArray();
+    }
+
+    // Waits up to ms for the end; the exit code, or nullopt when it did not
+    // end, or ended by a signal or a crash.
+    std::optional<int> waitForExit(int ms)
+    {
+        if (!m_kept) {
+            if (!m_process.waitForFinished(ms) || m_process.exitStatus() != QProcess::NormalExit)
+                return std::nullopt;
+            return m_process.exitCode();
+        }
+        if (!waitFor([this] { return QFile::exists(file("exit")); }, ms))
+            return std::nullopt;
+        QFile exit(file("exit"));
+        bool number = false;
+        const int code =
+            exit.open(QIODevice::ReadOnly) ? exit.readAll().trimmed().toInt(&number) : -1;
+        if (!number || code >= 128) // the shell's 128 + the signal's number
+            return std::nullopt;
+        return code;
+    }
+
+    // Asks it to end (SIGTERM), and kills it when it has not within 5 s.
+    void stop()
+    {
+        if (!running())
+            return;
+        if (!m_kept) {
+            m_process.terminate();
+            if (!m_process.waitForFinished(5000)) {
+                m_process.kill();
+                m_process.waitForFinished(5000);
+            }
+            return;
+        }
+        for (const char *request : {"stop", "kill"}) {
+            QFile(file(request)).open(QIODevice::WriteOnly);
+            if (waitFor([this] { return QFile::exists(file("exit")); }, 5000))
+                return;
+        }
+    }
+
+    QString errorString() const
+    {
+        return m_error;
+    }
+
+private:
+    QString file(const char *name) const
+    {
+        return m_folder.filePath(QLatin1String(name));
+    }
+
+    // Polls without running the test's event loop, as QProcess's waits do.
+    template <typename Done> static bool waitFor(Done done, int ms)
+    {
+        const QDeadlineTimer deadline(ms);
+        while (!done()) {
+            if (deadline.hasExpired())
+                return false;
+            QThread::msleep(20);
+        }
+        return true;
+    }
+
+    QDir m_folder;
+    bool m_kept = false;
+    QProcess m_process;
+    qint64 m_read = 0;
+    QByteArray m_pending;
+    QString m_error;
+};
 
 // Runs veltrio-service for one test: on 127.0.0.1 with free ports, on a
 // temporary copy of the demo accounts, with its
@@ -42,8 +230,11 @@ public:
         const bool tls = mode == WithTls;
         stop();
         m_error.clear();
-        const QString binary = qEnvironmentVariable("VELTRIO_SERVICE_BIN");
-        if (binary.isEmpty() || !QFile::exists(binary))
+        // The keeper knows where its veltrio-service is.
+        const QString binary = HelperProcess::keeperFolder().isEmpty()
+                                   ? qEnvironmentVariable("VELTRIO_SERVICE_BIN")
+                                   : QStringLiteral("veltrio-service");
+        if (HelperProcess::keeperFolder().isEmpty() && (binary.isEmpty() || !QFile::exists(binary)))
             return failed(QStringLiteral("veltrio-service not found (VELTRIO_SERVICE_BIN=\"%1\"); "
                                          "build the veltrio-service target")
                               .arg(binary));
@@ -54,34 +245,32 @@ public:
         if (tls && !QFile::exists(caFile()) && !makeCertificates())
             return false;
 
-        QStringList arguments{QStringLiteral("--accounts"), accountsFile(),
-                              QStringLiteral("--state"),    stateFile(),
+        // Its files by name: it runs in their folder.
+        QStringList arguments{QStringLiteral("--accounts"), QStringLiteral("accounts.json"),
+                              QStringLiteral("--state"),    QStringLiteral("state.json"),
                               QStringLiteral("--listen"),   QStringLiteral("127.0.0.1:0")};
         if (tls)
             arguments << QStringLiteral("--tls-listen") << QStringLiteral("127.0.0.1:0")
-                      << QStringLiteral("--cert") << m_dir.filePath(QStringLiteral("server.pem"))
-                      << QStringLiteral("--key") << m_dir.filePath(QStringLiteral("server.key"));
+                      << QStringLiteral("--cert") << QStringLiteral("server.pem")
+                      << QStringLiteral("--key") << QStringLiteral("server.key");
         if (!publicIp.isEmpty())
             arguments << QStringLiteral("--public-ip") << publicIp;
 
-        m_process.start(binary, arguments);
-        if (!m_process.waitForStarted(10000))
+        if (!m_process.start(m_dir.path(), binary, arguments))
             return failed(
                 QStringLiteral("cannot start %1: %2").arg(binary, m_process.errorString()));
         const QDeadlineTimer deadline(15000);
         while ((m_httpPort == 0 || (tls && m_httpsPort == 0)) && !deadline.hasExpired()) {
-            if (!m_process.canReadLine() && !m_process.waitForReadyRead(200)) {
-                if (m_process.state() == QProcess::NotRunning)
+            const std::optional<QByteArray> line = m_process.readLine(200);
+            if (!line) {
+                if (!m_process.running())
                     break;
                 continue;
             }
-            while (m_process.canReadLine()) {
-                const QStringList words =
-                    QString::fromUtf8(m_process.readLine()).trimmed().split(u' ');
-                if (words.size() == 3 && words[0] == QLatin1String("listening")) {
-                    const quint16 port = words[2].section(u':', -1).toUShort();
-                    (words[1] == QLatin1String("https") ? m_httpsPort : m_httpPort) = port;
-                }
+            const QStringList words = QString::fromUtf8(*line).trimmed().split(u' ');
+            if (words.size() == 3 && words[0] == QLatin1String("listening")) {
+                const quint16 port = words[2].section(u':', -1).toUShort();
+                (words[1] == QLatin1String("https") ? m_httpsPort : m_httpPort) = port;
             }
         }
         if (m_httpPort == 0 || (tls && m_httpsPort == 0)) {
@@ -95,13 +284,7 @@ public:
 
     void stop()
     {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.terminate();
-            if (!m_process.waitForFinished(5000)) {
-                m_process.kill();
-                m_process.waitForFinished(5000);
-            }
-        }
+        m_process.stop();
         m_httpPort = m_httpsPort = 0;
     }
 
@@ -243,11 +426,9 @@ private:
                            "-days 2 -extfile san.ext -out server.pem"),
         };
         for (const QString &step : steps) {
-            QProcess openssl;
-            openssl.setWorkingDirectory(m_dir.path());
-            openssl.start(QStringLiteral("openssl"), step.split(u' '));
-            if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
-                openssl.exitCode() != 0)
+            HelperProcess openssl;
+            if (!openssl.start(m_dir.path(), QStringLiteral("openssl"), step.split(u' ')) ||
+                openssl.waitForExit(30000) != 0)
                 return failed(QStringLiteral("openssl %1 failed: %2 %3")
                                   .arg(step.section(u' ', 0, 0), openssl.errorString(),
                                        QString::fromUtf8(openssl.readAllStandardError())));
@@ -278,8 +459,17 @@ private:
         return QString::fromUtf8(reply->readAll());
     }
 
-    QTemporaryDir m_dir;
-    QProcess m_process;
+    // Below the keeper's folder when there is one: the keeper runs the
+    // service in it.
+    static QString folderTemplate()
+    {
+        const QString keeper = HelperProcess::keeperFolder();
+        return (keeper.isEmpty() ? QDir::tempPath() : keeper) +
+               QStringLiteral("/veltrio-service-XXXXXX");
+    }
+
+    QTemporaryDir m_dir{folderTemplate()};
+    HelperProcess m_process;
     quint16 m_httpPort = 0;
     quint16 m_httpsPort = 0;
     QString m_error;
