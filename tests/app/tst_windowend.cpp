@@ -8,7 +8,9 @@
 
 #include <QProcess>
 
+#ifndef Q_OS_WIN
 #include <csignal>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -28,12 +30,14 @@ struct Client
     QString settings() const { return dir.filePath(u"settings.ini"_s); }
 };
 
+#ifndef Q_OS_WIN
 void signal(QProcess &process, int number)
 {
     const qint64 pid = process.processId();
     if (pid > 0 && process.state() == QProcess::Running)
         ::kill(static_cast<pid_t>(pid), number);
 }
+#endif
 
 } // namespace
 
@@ -104,6 +108,9 @@ private slots:
 
     void endedWithoutClose_afterAReplace_keepsTheMark()
     {
+#ifdef Q_OS_WIN
+        QSKIP("the ends of a Linux desktop session: SIGTERM and an X server gone");
+#else
         QVERIFY2(QFileInfo::exists(qEnvironmentVariable("VELTRIO_CLIENT_BIN")),
                  "VELTRIO_CLIENT_BIN names no veltrio-dns");
         QVERIFY2(!QStandardPaths::findExecutable(u"Xvfb"_s).isEmpty(),
@@ -140,6 +147,7 @@ private slots:
         const int mail = rowNamed(w, u"mail"_s);
         QVERIFY(mail >= 0);
         QCOMPARE(w.lvDomainUser->model()->index(mail, 4).data().toString(), u"Yes"_s);
+#endif
     }
 };
 

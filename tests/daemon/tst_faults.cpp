@@ -14,8 +14,6 @@
 
 #include <QRandomGenerator>
 
-#include <csignal>
-
 using namespace Qt::StringLiterals;
 
 class tst_Faults : public ServiceModeTest
@@ -29,15 +27,6 @@ class tst_Faults : public ServiceModeTest
         return ok ? value : fallback;
     }
 
-    // Sends the signal to the run, if it still runs (a pid of 0 would name
-    // this whole process group).
-    static void signal(QProcess &run, int number)
-    {
-        const qint64 pid = run.processId();
-        if (pid > 0 && run.state() == QProcess::Running)
-            ::kill(static_cast<pid_t>(pid), number);
-    }
-
     // Runs --once with the fault armed; kills it when the fault is a kill.
     void faultyRun(QRandomGenerator &rng, const QString &kind, int skip, QString &said)
     {
@@ -45,7 +34,7 @@ class tst_Faults : public ServiceModeTest
         if (kind == u"kill at random"_s) {
             QVERIFY(m_dnsd->start(run, {u"--once"_s}));
             QTest::qWait(static_cast<int>(rng.bounded(80)));
-            signal(run, SIGKILL);
+            DnsdRun::kill(run);
         } else if (kind.startsWith(u"kill"_s) || kind.startsWith(u"term"_s)) {
             // The request after skip others hangs at the service, carried out
             // already or not; the program is ended while it waits.
@@ -54,7 +43,10 @@ class tst_Faults : public ServiceModeTest
                                             QString(), skip));
             QVERIFY(m_dnsd->start(run, {u"--once"_s}));
             QVERIFY(QTest::qWaitFor([&] { return m_service->requests().size() > skip; }, 10000));
-            signal(run, kind.startsWith(u"term"_s) ? SIGTERM : SIGKILL);
+            if (!kind.startsWith(u"term"_s))
+                DnsdRun::kill(run);
+            else if (run.state() == QProcess::Running && !DnsdRun::askToEnd(run))
+                QSKIP(DnsdRun::kNoCtrlBreak);
         } else {
             QVERIFY(m_service->setNextFault(kind, QString(), skip));
             QVERIFY(m_dnsd->start(run, {u"--once"_s}));

@@ -8,8 +8,10 @@
 
 #include <QElapsedTimer>
 
+#ifndef Q_OS_WIN
 #include <csignal>
 #include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -17,11 +19,11 @@ class tst_ServiceLife : public ServiceModeTest
 {
     Q_OBJECT
 
-    static void signal(QProcess &process, int number)
+    // SIGTERM, Ctrl-Break on Windows; kill -9 where neither reaches it.
+    static void stop(QProcess &process)
     {
-        const qint64 pid = process.processId();
-        if (pid > 0 && process.state() == QProcess::Running)
-            ::kill(static_cast<pid_t>(pid), number);
+        if (!DnsdRun::askToEnd(process))
+            DnsdRun::kill(process);
     }
 
     // Reads what the running program printed until it holds part.
@@ -62,7 +64,10 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return !sent("DNSCommand=").isEmpty(); }, 20000));
         QElapsedTimer stopping;
         stopping.start();
-        signal(run, SIGTERM);
+        if (!DnsdRun::askToEnd(run)) {
+            DnsdRun::kill(run);
+            QSKIP(DnsdRun::kNoCtrlBreak);
+        }
         QVERIFY2(run.waitForFinished(10000), "still running 10 s after SIGTERM");
         QVERIFY(stopping.elapsed() < 10000);
         QCOMPARE(run.exitCode(), 0);
@@ -106,7 +111,7 @@ private slots:
         QVERIFY2(said(run, output, u"acme: the service answers again"_s), qPrintable(output));
         QCOMPARE(output.count(u"does not answer"_s), 1);
         QCOMPARE(m_dnsd->dailyLogs().count(u"does not answer"_s), 1);
-        signal(run, SIGTERM);
+        stop(run);
         QVERIFY(run.waitForFinished(10000));
     }
 
@@ -114,6 +119,9 @@ private slots:
     // line says why, with the file.
     void readOnlySettings_sayWhy()
     {
+#ifdef Q_OS_WIN
+        QSKIP("a read-only settings folder is made with a Unix mount namespace or mode here");
+#else
         QVERIFY(m_service->setPublicIp(kNew));
         // The settings alone in a folder that becomes read-only; the logs
         // elsewhere.
@@ -141,12 +149,16 @@ private slots:
                      result.output.contains(RegistryStore::File()),
                  qPrintable(result.output));
         QVERIFY(sent().isEmpty());
+#endif
     }
 
     // SIGHUP while an editor has the settings file empty: it goes on with the
     // settings it has, and says so.
     void reload_emptySettings_keepsRunning()
     {
+#ifdef Q_OS_WIN
+        QSKIP("Windows has no reload: a restart reads the settings");
+#else
         QProcess run;
         QVERIFY(m_dnsd->start(run, {}));
         QString output;
@@ -154,14 +166,15 @@ private slots:
         QFile file(RegistryStore::File());
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.close();
-        signal(run, SIGHUP);
+        ::kill(static_cast<pid_t>(run.processId()), SIGHUP);
         QVERIFY2(said(run, output, u"going on with the settings read before"_s),
                  qPrintable(output));
         QTest::qWait(500);
         QCOMPARE(run.state(), QProcess::Running);
-        signal(run, SIGTERM);
+        stop(run);
         QVERIFY(run.waitForFinished(10000));
         QCOMPARE(run.exitCode(), 0);
+#endif
     }
 
     // The first check follows the login; the line says when the next come.
@@ -175,7 +188,7 @@ private slots:
                  qPrintable(output));
         QVERIFY2(output.contains(u"3 automatic record(s): a check now, then every 60 s"_s),
                  qPrintable(output));
-        signal(run, SIGTERM);
+        stop(run);
         QVERIFY(run.waitForFinished(10000));
     }
 };

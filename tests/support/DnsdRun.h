@@ -101,6 +101,14 @@ public:
     static constexpr const char *kNoCtrlBreak =
         "Wine sends no console control event: GenerateConsoleCtrlEvent fails there";
 
+    // Ends the program at once, as kill -9 does (TerminateProcess on
+    // Windows), if it still runs.
+    static void kill(QProcess &process)
+    {
+        if (process.state() == QProcess::Running)
+            process.kill();
+    }
+
     // Every daily log's text.
     QString dailyLogs() const
     {
