@@ -1,12 +1,16 @@
-// The main window's automatic refresh, service shortcuts and tray against
-// veltrio-service, with the service's public address changed between ticks.
+// What the main window shows of the automatic refresh (the tray, the status
+// panel, the box that needs no click), how the user's work and the refresh
+// meet, and the service shortcuts, against veltrio-service. The refresh's
+// decisions themselves are tst_refreshengine's.
 #include "MainWindowTest.h"
 
 #include "RefreshRules.h"
 #include "RuntimeError.h"
 #include "frmAbout.h"
 
+#include <QDir>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSystemTrayIcon>
 
 using namespace Qt::StringLiterals;
@@ -17,6 +21,17 @@ class TestFrmMainRefresh : public MainWindowTest
 
     static inline const QString kTickler = u"FXN=DNSTickler&Usr=%1&Pwd=%1&Cname=%2&Domain=%3"
                                            "&DNSCommand=RECORD%4&RecordType=%5&IPAddress=%6"_s;
+
+    QString logText() const
+    {
+        QString all;
+        for (const QFileInfo &f : QDir(m_dir->filePath(u"Logs"_s)).entryInfoList(QDir::Files)) {
+            QFile file(f.filePath());
+            if (file.open(QIODevice::ReadOnly))
+                all += QString::fromLocal8Bit(file.readAll());
+        }
+        return all;
+    }
 
 private slots:
     void init() { QVERIFY2(startService(), qPrintable(m_service->errorString())); }
@@ -49,35 +64,6 @@ private slots:
         QVERIFY(check(w));
         QCOMPARE(m_service->requests(), QStringList{u"FXN=GetIPAddress&Usr=demo"_s});
         QCOMPARE(w.lblTimesIPChanged->text(), changed);
-    }
-
-    void ownDomains_resendOnlyAutomaticRows()
-    {
-        frmMain &w =
-            startDue("acme", {{"AutoIPs", kMailAuto + u"ACME-SHOP.TEST;;PORT RELAY;;SHOP;;"
-                                                      "HTTP://203.0.113.7:8080/SHOP~~"_s}});
-        QVERIFY(m_service->setPublicIp(kNew));
-        // Busy in the editor: this check leaves the records alone.
-        w.cmdAddGrid_Click();
-        QVERIFY(check(w));
-        QCOMPARE(sent(), QStringList());
-        w.cmdCancel_Click();
-
-        QVERIFY(check(w));
-        const QString mail = kTickler.arg(u"acme"_s, u"mail"_s, u"acme.test"_s);
-        const QString shop = kTickler.arg(u"acme"_s, u"shop"_s, u"acme-shop.test"_s);
-        QCOMPARE(sent(),
-                 (QStringList{
-                     mail.arg("DELETE"_L1, "A"_L1, kOld), mail.arg("ADD"_L1, "A"_L1, kNew),
-                     shop.arg("DELETE"_L1, "PORT RELAY"_L1, "Http://203.0.113.7:8080/shop"_L1),
-                     shop.arg("ADD"_L1, "PORT RELAY"_L1, "http://198.51.100.50:8080/shop"_L1)}));
-        QCOMPARE(m_seams->messages.size(), 0);
-        // Both rows stay automatic at their new addresses: the next check sends nothing.
-        const QAbstractItemModel *grid = w.lvDomainUser->model();
-        QCOMPARE(grid->match(grid->index(0, 4), Qt::DisplayRole, u"Yes"_s, -1).size(), 2);
-        m_service->clearRequests();
-        QVERIFY(check(w));
-        QCOMPARE(sent(), QStringList());
     }
 
     void unreachableService_switchesTheTrayIcon()
@@ -352,26 +338,136 @@ private slots:
         QVERIFY(shown != u"0 Days  00:00:00"_s);
     }
 
-    // A check that found every automatic row at the address does not read
-    // the rows again while they stay as they are; a row changed since is
-    // sent at the next check, at the same address.
-    void ownDomains_rowChangedSinceTheLastCheck_isSent()
+    // Without a tray the outcome is one box that never waits for a click
+    // and never stacks; the status panel says it too.
+    void outcome_oneNonModalBox_noClickNeeded()
+    {
+        frmMain &w = startDue("demo");
+        w.chkAutoIP->click();
+        for (const QString &address : {kNew, u"198.51.100.51"_s}) {
+            QVERIFY(m_service->setPublicIp(address));
+            QVERIFY(check(w));
+            QVERIFY(stateNames(u"demo"_s).contains(u"demo="_s + address));
+        }
+        QCOMPARE(m_seams->messages.size(), 0);
+        const auto boxes = w.findChildren<QMessageBox *>(u"refreshBox"_s);
+        QCOMPARE(boxes.size(), 1);
+        QVERIFY(boxes[0]->isVisible() && boxes[0]->windowModality() == Qt::NonModal);
+        QCOMPARE(boxes[0]->text(), u"demo.dyn.veltrio.test set to 198.51.100.51"_s);
+        QCOMPARE(w.lblLastRefresh->text(), u"Updated 1 record"_s);
+    }
+
+    // Both refresh-rate boxes take digits only; an emptied box never gives a
+    // tick an empty rate.
+    void refreshRateBoxes_takeNumbersOnly()
+    {
+        frmMain &w = startDue("acme");
+        auto *login = new frmLogin;
+        for (QComboBox *box : {w.cboRefreshRate, login->cboRefreshRate}) {
+            box->setCurrentText(u"30"_s);
+            box->lineEdit()->selectAll();
+            QTest::keyClicks(box->lineEdit(), u"4x5"_s);
+            QCOMPARE(box->currentText(), u"45"_s);
+            box->lineEdit()->selectAll();
+            QTest::keyClick(box->lineEdit(), Qt::Key_Backspace);
+            QCOMPARE(box->currentText(), QString());
+        }
+        delete login;
+        // A tick while the box stands empty uses the last number.
+        w.tmrAuto_Timer();
+        QVERIFY(settled(&w));
+        QCOMPARE(w.RefreshRateText(), u"45"_s);
+        emit w.cboRefreshRate->lineEdit()->editingFinished();
+        QCOMPARE(w.cboRefreshRate->currentText(), u"45"_s);
+    }
+
+    // The MX command names the sub-domain as its value; the address the
+    // next replace deletes is still the sub-domain's own.
+    void mxRecord_leavesTheSubDomainsAddress()
+    {
+        frmMain &w = startDue("demo");
+        w.chkAutoIP->click();
+        w.cmdAdvancedFree_Click();
+        w.chkMX->click();
+        QCOMPARE(User().sIPAddress, kOld);
+        w.cmdOKAdvanced_Click();
+        QVERIFY(m_service->setPublicIp(kNew));
+        QVERIFY(check(w));
+        const QStringList a = m_service->stateRecords(u"demo"_s).filter(u";;A;;"_s);
+        QCOMPARE(a, QStringList{u"dyn.veltrio.test;;A;;demo;;"_s + kNew});
+    }
+
+    // A record with a field no record can hold (5 MB) is left out with a line
+    // in the log; the rest of the list shows, and the saved marks stay.
+    void oversizedField_isLeftOut()
     {
         frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        const QString huge(5 << 20, u'x');
+        QVERIFY(
+            m_service->setNextReply(u"SUCCESS</p>IPAddress:203.0.113.7</p>DomainUserRecords:"
+                                    "acme.test;;A;;mail;;203.0.113.7~~acme.test;;CNAME;;big;;"_s +
+                                    huge + u"~~acme.test;;A;;web;;203.0.113.9</p>"_s));
         QVERIFY(check(w));
-        QCOMPARE(sent(), QStringList());
-        // The mail record moves elsewhere, still automatic, as the editor
-        // moves it.
-        QString host = u"mail"_s;
-        QVERIFY(w.SendUserCommand(u"acme.test"_s, host, basDNS::RecordDelete, u"A"_s, kOld, true));
-        QVERIFY(w.SendUserCommand(u"acme.test"_s, host, basDNS::RecordAdd, u"A"_s, u"192.0.2.77"_s,
-                                  true));
-        w.FillDomainUserGrid();
-        m_service->clearRequests();
-        QVERIFY(check(w));
-        const QString mail = kTickler.arg(u"acme"_s, u"mail"_s, u"acme.test"_s);
-        QCOMPARE(sent(), (QStringList{mail.arg("DELETE"_L1, "A"_L1, "192.0.2.77"_L1),
-                                      mail.arg("ADD"_L1, "A"_L1, kOld)}));
+        QCOMPARE(w.lvDomainUser->model()->rowCount(), 2);
+        QVERIFY(rowNamed(w, u"web"_s) >= 0);
+        QVERIFY(logText().contains(u"1 record(s) with a field longer than a record can hold"_s));
+        w.SaveSettings();
+        QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);
+    }
+
+    // What a hostile or broken service can do to an exchange, for the
+    // background check and for a user's command (deleting "mail"): each ends
+    // in a failed exchange or the error report, the window takes input again,
+    // the records at the service and the saved automatic list stay.
+    void faultMatrix_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<bool>("userCommand");
+        for (const char *fault : {"silent", "trickle", "drop", "oversize", "empty", "malformed"}) {
+            QTest::addRow("%s, check", fault) << QString::fromLatin1(fault) << false;
+            QTest::addRow("%s, delete", fault) << QString::fromLatin1(fault) << true;
+        }
+    }
+    void faultMatrix()
+    {
+        QFETCH(QString, fault);
+        QFETCH(bool, userCommand);
+        frmMain &w = startDue("acme", {{"AutoIPs", kMailAuto}});
+        basDNS::SetTransferTimeout(1500);
+        QVERIFY(m_service->setPublicIp(kNew));
+        const int rows = w.lvDomainUser->model()->rowCount();
+        const bool armed =
+            fault == "silent"_L1     ? m_service->setNextDelay(30000)
+            : fault == "trickle"_L1  ? m_service->setNextTrickle(300)
+            : fault == "drop"_L1     ? m_service->setNextDrop()
+            : fault == "oversize"_L1 ? m_service->setNextReply(QString(10 << 20, u'x'))
+            : fault == "empty"_L1    ? m_service->setNextReply(QString())
+                                     : m_service->setNextReply(u"SUCCESS</p>DomainUserRecords:"
+                                                               "acme.test;;A;;mail"_s);
+        QVERIFY(armed);
+        if (userCommand) {
+            select(w, u"mail"_s);
+            w.cmdDeleteGrid_Click();
+            // The question, then the failed command's outcome or the error
+            // report. (A service that acted and then failed to answer has
+            // deleted the record all the same: that is the service's doing.)
+            QCOMPARE(m_seams->messages.size(), 2);
+            const QString outcome = m_seams->messages[1].text;
+            QVERIFY2(outcome.startsWith(u"Could not Remove IP."_s) ||
+                         outcome.startsWith(u"basDNS.DNSTickler()"_s),
+                     qPrintable(outcome.left(80)));
+        } else {
+            w.tmrAuto_Timer();
+        }
+        QVERIFY(settled(&w));
+        QVERIFY(w.isEnabled());
+        if (!userCommand) {
+            QCOMPARE(m_seams->messages.size(), 0);
+            QCOMPARE(sent(), QStringList());
+        }
+        QCOMPARE(w.lvDomainUser->model()->rowCount(), rows);
+        w.SaveSettings();
+        QCOMPARE(readValue(userKey(u"acme"_s), "AutoIps").toUpper(), kMailAuto);
     }
 };
 
