@@ -1,16 +1,13 @@
 #include "AccountBook.h"
 #include "DnsScript.h"
 
-#include <QDir>
 #include <QFile>
-#include <QRegularExpression>
-#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
 
-// ann: free sub-domain account; bob: own domains at level 5; cat: expires 6/30/2026.
+// ann: free sub-domain account; bob: own domains at level 5.
 const QByteArray accounts = R"({"accounts": [
  {"user": "ann", "password": "a+b c", "firstName": "Ann", "lastName": "Free",
   "subDomain": "dyn.example", "recordTypes": ["A", "CNAME", "MX"], "userLevel": "1",
@@ -19,9 +16,7 @@ const QByteArray accounts = R"({"accounts": [
  {"user": "bob", "password": "pw", "firstName": "Bob", "lastName": "Own",
   "domains": ["bob.example", "shop.example"], "subDomain": "", "recordTypes": ["A", "CNAME", "MX"],
   "userLevel": "5", "expirationDate": "1/2/2031",
-  "records": [{"domain": "bob.example", "type": "A", "name": "@", "address": "192.0.2.5"}]},
- {"user": "cat", "password": "pw", "domains": ["cat.example"], "recordTypes": ["A"],
-  "expirationDate": "6/30/2026", "records": []}
+  "records": [{"domain": "bob.example", "type": "A", "name": "@", "address": "192.0.2.5"}]}
 ]})";
 
 const QString bobRecord = QStringLiteral("bob.example;;A;;@;;192.0.2.5");
@@ -53,7 +48,6 @@ class TestDnsScript : public QObject
     QTemporaryDir dir;
     std::unique_ptr<AccountBook> book;
     std::unique_ptr<DnsScript> script;
-    QDate today{2026, 6, 29};
 
     QString accountsFile() const { return dir.filePath(QStringLiteral("accounts.json")); }
     QString stateFile() const { return dir.filePath(QStringLiteral("accounts.state.json")); }
@@ -63,7 +57,7 @@ class TestDnsScript : public QObject
         book = std::make_unique<AccountBook>();
         QString error;
         QVERIFY2(book->load(accountsFile(), stateFile(), &error), qPrintable(error));
-        script = std::make_unique<DnsScript>(*book, [this] { return today; });
+        script = std::make_unique<DnsScript>(*book, [] { return QDate(2026, 6, 29); });
     }
     QString ask(const QString &query)
     {
@@ -80,7 +74,6 @@ private slots:
     {
         QFile::remove(stateFile());
         QVERIFY(writeFile(accountsFile(), accounts));
-        today = QDate(2026, 6, 29);
         load();
     }
 
@@ -97,8 +90,6 @@ private slots:
             QStringLiteral("DNS LOGIN:FAIL</p>Error:Invalid user name or password</p>");
         QTest::newRow("free account, password decoded after splitting")
             << "fxn=login&usr=ann&pwd=a+b%20c" << annReply;
-        QTest::newRow("keys and user name in other case")
-            << "FXN=Login&USR=ANN&Pwd=a+b%20c" << annReply;
         QTest::newRow("own domains")
             << "fxn=login&usr=bob&pwd=pw"
             << QStringLiteral("DNS LOGIN:SUCCESS</p>FirstName:Bob</p>LastName:Own</p>"
@@ -106,10 +97,7 @@ private slots:
                               "RecordTypes:A,CNAME,MX</p>ExpirationDate:1/2/2031</p>"
                               "IPAddress:192.0.2.77</p>UserLevel:5</p>DomainUserRecords:") +
                    bobRecord + QStringLiteral("</p>");
-        QTest::newRow("plus is not a blank") << "fxn=login&usr=ann&pwd=a%20b%20c" << failed;
         QTest::newRow("wrong password") << "fxn=login&usr=bob&pwd=PW" << failed;
-        QTest::newRow("unknown user") << "fxn=login&usr=nobody&pwd=pw" << failed;
-        QTest::newRow("no password") << "fxn=login&usr=bob" << failed;
     }
     void login()
     {
@@ -134,19 +122,10 @@ private slots:
                                "198.51.100.1&Domain=");
         const QString annHost = q("dyn.example;;A;;ann;;192.0.2.1");
 
-        row("add, domain in other case", "bob", bobA + q("BOB.example"), "",
-            bobRecord + q("~~bob.example;;A;;www;;198.51.100.1"));
-        row("empty name is the apex", "bob",
-            q("Cname=&Domain=shop.example&DNSCommand=RECORDADD&RecordType=a&IPAddress=192.0.2.9"),
-            "", bobRecord + q("~~shop.example;;A;;@;;192.0.2.9"));
         row("delete ignores case", "bob",
             q("Cname=@&Domain=BOB.EXAMPLE&DNSCommand=recorddelete&RecordType=a&IPAddress=192.0.2."
               "5"),
             "", QString());
-        row("delete of a missing record succeeds", "bob",
-            q("Cname=x&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A&IPAddress=192.0.2."
-              "5"),
-            "", bobRecord);
         row("port relay at level 5", "bob",
             q("Cname=shop&Domain=shop.example&DNSCommand=RECORDADD&RecordType=Port%20Relay"
               "&IPAddress=Http://192.0.2.7:8080/x"),
@@ -161,35 +140,9 @@ private slots:
 
         row("wrong password", "bob", bobA + q("bob.example&Pwd=other"),
             "Invalid user name or password", bobRecord);
-        row("unknown domain not echoed", "bob", bobA + q("SUCCESS.example"), "Unknown domain",
-            bobRecord);
-        row("missing parameter", "bob",
-            q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&IPAddress=192.0.2.1"),
-            "Missing parameter RecordType", bobRecord);
         row("type not in the list", "bob",
             q("Cname=t&Domain=bob.example&DNSCommand=RECORDADD&RecordType=TXT&IPAddress=x"),
             "Record type not allowed for this account", bobRecord);
-        row("port relay below level 5", "ann",
-            q("Cname=ann&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=PORT%20RELAY"
-              "&IPAddress=Http://192.0.2.7"),
-            "Record type not allowed for this account", annHost);
-        row("another user's free name", "ann",
-            q("Cname=zed&Domain=dyn.example&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.3"),
-            "Name not allowed in the free sub-domain", annHost);
-        row("separator in the address", "bob",
-            q("Cname=www&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A&"
-              "IPAddress=192.0.2.1;;x"),
-            "The name or address holds a character that is not allowed", bobRecord);
-        // Found by fuzzing: a name or address that is a reply label must not
-        // be read as one.
-        row("label as the name", "bob",
-            q("Cname=DomainUserRecords:&Domain=bob.example&DNSCommand=RECORDADD&RecordType=A"
-              "&IPAddress=192.0.2.8"),
-            "The name or address holds a character that is not allowed", bobRecord);
-        row("label as the address of a missing record", "bob",
-            q("Cname=mail&Domain=bob.example&DNSCommand=RECORDDELETE&RecordType=A"
-              "&IPAddress=DomainUserRecords:1"),
-            "", bobRecord);
     }
     void tickler()
     {
@@ -214,32 +167,6 @@ private slots:
         QCOMPARE(recordsOf(user), records);
     }
 
-    // An expired account still logs in (the client tells the user); it may
-    // no longer change records from the day after its last.
-    void expiredAccount_logsInButCannotChange()
-    {
-        const QString add =
-            QStringLiteral("FXN=DNSTickler&Usr=cat&Pwd=pw&Cname=@&Domain=cat.example"
-                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.1");
-        QVERIFY(ask(add).startsWith(QLatin1String("SUCCESS")));
-        today = QDate(2026, 6, 30);
-        QCOMPARE(ask(add), QStringLiteral("FAIL</p>Error:Account expired</p>"));
-        QVERIFY(ask(QStringLiteral("fxn=login&usr=cat&pwd=pw"))
-                    .startsWith(QLatin1String("DNS LOGIN:SUCCESS</p>")));
-    }
-
-    void addTwice_keepsOneRecord()
-    {
-        const QString add =
-            QStringLiteral("FXN=DNSTickler&Usr=bob&Pwd=pw&Cname=WWW&Domain=bob.example"
-                           "&DNSCommand=RECORDADD&RecordType=A&IPAddress=198.51.100.1");
-        ask(add);
-        QVERIFY(ask(QString(add).replace(QLatin1String("WWW"), QLatin1String("www")))
-                    .contains(QLatin1String("SUCCESS")));
-        QCOMPARE(recordsOf(QStringLiteral("bob")),
-                 bobRecord + QStringLiteral("~~bob.example;;A;;WWW;;198.51.100.1"));
-    }
-
     // The record list the replies carry is kept between requests: after any
     // change, every reply that carries it (the command's own, the address
     // query's, the login's) must show the records as they are now. The list
@@ -249,7 +176,6 @@ private slots:
         QTest::addColumn<QString>("user");
         QTest::addColumn<QStringList>("commands"); // after "FXN=", one after another
         QTest::addColumn<QStringList>("lists");    // the list after each command
-        QTest::addColumn<bool>("storeFails");
         const QString bobQuery = QStringLiteral(
             "DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example&RecordType=A&IPAddress=198.51.100.1"
             "&Cname=www&DNSCommand=");
@@ -265,35 +191,16 @@ private slots:
 
         QTest::newRow("add, then remove it")
             << "bob" << QStringList{bobQuery + add, bobQuery + remove}
-            << QStringList{bobWww, bobRecord} << false;
-        QTest::newRow("remove the only record, then add it back")
-            << "bob"
-            << QStringList{QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example"
-                                          "&RecordType=A&IPAddress=192.0.2.5&Cname=@"
-                                          "&DNSCommand=RECORDDELETE"),
-                           QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=bob.example"
-                                          "&RecordType=A&IPAddress=192.0.2.5&Cname=@"
-                                          "&DNSCommand=RECORDADD")}
-            << QStringList{QString(), bobRecord} << false;
+            << QStringList{bobWww, bobRecord};
         QTest::newRow("advanced add, then remove it")
             << "ann" << QStringList{annQuery + add, annQuery + remove}
-            << QStringList{annWww, annHost} << false;
-        QTest::newRow("add of a record that is there, in other case")
-            << "bob"
-            << QStringList{bobQuery + add,
-                           QStringLiteral("DNSTickler&Usr=bob&Pwd=pw&Domain=BOB.EXAMPLE"
-                                          "&RecordType=a&IPAddress=198.51.100.1&Cname=WWW"
-                                          "&DNSCommand=recordadd")}
-            << QStringList{bobWww, bobWww} << false;
-        QTest::newRow("add the store refuses")
-            << "bob" << QStringList{bobQuery + add} << QStringList{bobRecord} << true;
+            << QStringList{annWww, annHost};
     }
     void recordList_followsEveryChange()
     {
         QFETCH(QString, user);
         QFETCH(QStringList, commands);
         QFETCH(QStringList, lists);
-        QFETCH(bool, storeFails);
         const QString password =
             user == QLatin1String("ann") ? QStringLiteral("a+b%20c") : QStringLiteral("pw");
         const QString login =
@@ -301,40 +208,13 @@ private slots:
         const QString label = QStringLiteral("DomainUserRecords:");
         QVERIFY(!recordsOf(user).isEmpty());
         QVERIFY(!valueOf(ask(login), label).isEmpty());
-
-        // A folder where the state file goes: the store cannot write it.
-        const auto removeFolder = qScopeGuard([this] { QDir().rmdir(stateFile()); });
-        if (storeFails) {
-            QVERIFY(QDir().mkdir(stateFile()));
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("cannot write")));
-        }
         for (qsizetype i = 0; i < commands.size(); ++i) {
             const QString reply = ask(QStringLiteral("FXN=") + commands[i]);
-            if (storeFails) {
-                QVERIFY2(reply.startsWith(QLatin1String("FAIL</p>")), qPrintable(reply));
-            } else {
-                QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>")), qPrintable(reply));
-                QCOMPARE(valueOf(reply, label), lists[i]);
-            }
+            QVERIFY2(reply.startsWith(QLatin1String("SUCCESS</p>")), qPrintable(reply));
+            QCOMPARE(valueOf(reply, label), lists[i]);
             QCOMPARE(recordsOf(user), lists[i]);
             QCOMPARE(valueOf(ask(login), label), lists[i]);
         }
-    }
-
-    // Replacing an account's records (from the state file, or undoing a
-    // change the store refused) must drop the list built before too. No
-    // request reads the list between those and the change before them, so
-    // the records are replaced here directly.
-    void recordList_followsReplacedRecords()
-    {
-        QCOMPARE(recordsOf(QStringLiteral("bob")), bobRecord);
-        Account *bob = book->find(QStringLiteral("bob"));
-        QVERIFY(bob);
-        ServiceRecord mx = bob->records().constFirst();
-        mx.type = QStringLiteral("MX 10");
-        bob->setRecords({mx});
-        QCOMPARE(recordsOf(QStringLiteral("bob")),
-                 QStringLiteral("bob.example;;MX 10;;@;;192.0.2.5"));
     }
 
     void getIPAddress_data()
@@ -354,10 +234,7 @@ private slots:
         };
         const char *bob = "FXN=GetIPAddress&Usr=bob";
         row("IPv4-mapped peer", "", "::ffff:203.0.113.9", bob, success("203.0.113.9"));
-        row("IPv6 loopback", "", "::1", "fxn=getipaddress&usr=BOB", success("127.0.0.1"));
         row("fixed public address", "203.0.113.50", "127.0.0.1", bob, success("203.0.113.50"));
-        row("unknown user", "", "127.0.0.1", "FXN=GetIPAddress&Usr=zed",
-            QStringLiteral("FAIL</p>Error:Unknown user</p>"));
     }
     void getIPAddress()
     {
@@ -367,38 +244,6 @@ private slots:
         QFETCH(QString, reply);
         QVERIFY(script->setPublicAddress(publicAddress));
         QCOMPARE(script->answer(query, peer), reply);
-    }
-
-    void malformedQuery_data()
-    {
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("reply");
-        const QString unknown = QStringLiteral("FAIL</p>Error:Unknown function</p>");
-        QTest::newRow("empty") << "" << unknown;
-        QTest::newRow("broken escapes") << "%zz=%&fxn=%" << unknown;
-        QTest::newRow("other function") << "FXN=DropAll&Usr=bob&Pwd=pw" << unknown;
-        QTest::newRow("key without value") << "FXN=DNSTickler&Usr"
-                                           << "FAIL</p>Error:Missing parameter Pwd</p>";
-    }
-    void malformedQuery()
-    {
-        QFETCH(QString, query);
-        QFETCH(QString, reply);
-        QCOMPARE(ask(query), reply);
-    }
-
-    // What the service keeps of the queries it received is bounded in bytes
-    // too, oldest first out: long queries cannot make it grow without end.
-    void keptQueries_areBoundedInBytes()
-    {
-        const QString query = QStringLiteral("FXN=GetIPAddress&Usr=bob&x=") + QString(8000, u'y');
-        for (int i = 0; i < 1000; ++i)
-            ask(query);
-        qsizetype kept = 0;
-        for (const QString &q : script->requests())
-            kept += q.size();
-        QVERIFY2(kept <= 4 << 20, qPrintable(QString::number(kept)));
-        QVERIFY(script->requests().size() > 400);
     }
 
     void records_surviveRestart_andForeignUsersAreKept()
@@ -417,37 +262,6 @@ private slots:
         load();
         QCOMPARE(recordsOf(QStringLiteral("bob")), bobRecord);
         QVERIFY(readFile(stateFile()).contains("\"gone\""));
-    }
-
-    void load_badFiles_data()
-    {
-        QTest::addColumn<QByteArray>("accountsJson");
-        QTest::addColumn<QByteArray>("stateJson");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("accounts not JSON")
-            << QByteArray("{") << QByteArray() << "not a JSON object";
-        QTest::newRow("broken state is left alone")
-            << accounts << QByteArray("{\"records\": [") << "move the file away";
-        QTest::newRow("record without address")
-            << accounts
-            << QByteArray(R"({"records": {"bob": [{"domain": "d", "type": "A", "name": "n"}]}})")
-            << "no text \"address\"";
-    }
-    void load_badFiles()
-    {
-        QFETCH(QByteArray, accountsJson);
-        QFETCH(QByteArray, stateJson);
-        QFETCH(QString, error);
-        QVERIFY(writeFile(accountsFile(), accountsJson));
-        if (!stateJson.isEmpty())
-            QVERIFY(writeFile(stateFile(), stateJson));
-        AccountBook failing;
-        QString message;
-        QVERIFY(!failing.load(accountsFile(), stateFile(), &message));
-        QVERIFY2(message.contains(error), qPrintable(message));
-        QVERIFY(failing.accounts().isEmpty());
-        if (!stateJson.isEmpty())
-            QCOMPARE(readFile(stateFile()), stateJson);
     }
 };
 
