@@ -274,6 +274,21 @@ private slots:
         QCOMPARE(saved.replaces.size(), 0);
     }
 
+    // A marked record with a field longer than any record holds came from no
+    // real service: it is never sent. (The host's list: the reply's own
+    // leaves such a record out as it is read.)
+    void recordBeyondTheLimits_isLeftAlone()
+    {
+        const QString name(300, u'x');
+        start(u"acme"_s, kMailAuto + u"ACME.TEST;;A;;"_s + name.toUpper() + u";;203.0.113.7~~"_s);
+        m_port.records =
+            u"acme.test;;A;;mail;;203.0.113.7~~acme.test;;A;;"_s + name + u";;203.0.113.7"_s;
+        QVERIFY(m_service->setNextReply(u"SUCCESS</p>IPAddress:198.51.100.50</p>"_s));
+        QVERIFY(runCheck());
+        QCOMPARE(sent(), (QStringList{u"delete mail.acme.test A "_s + kOld,
+                                      u"add mail.acme.test A "_s + kNew}));
+    }
+
     // A refused add after an accepted delete is owed: written ahead, shown,
     // and sent at the next check, at the address of that check, also by a
     // program started again in between.
