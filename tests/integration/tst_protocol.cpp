@@ -360,22 +360,6 @@ private slots:
         QCOMPARE(m_service.requests(), QStringList{QStringLiteral("FXN=GetIPAddress&Usr=acme")});
     }
 
-    // A request line longer than 8 KB is refused before the service holds
-    // it, with 414; the service goes on answering.
-    void longRequestLine_isRefused()
-    {
-        QNetworkAccessManager network;
-        QUrl url = m_service.scriptUrl();
-        url.setQuery(QStringLiteral("FXN=GetIPAddress&Usr=") + QString(50000, u'a'));
-        QNetworkReply *reply = network.get(QNetworkRequest(url));
-        QTRY_VERIFY(reply->isFinished());
-        QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 414);
-        QVERIFY(m_service.requests().isEmpty());
-        useService(false);
-        QVERIFY(
-            basDNS::IsSuccess(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"))));
-    }
-
     void untrustedCertificate_isRefused()
     {
         useService(true, false);
