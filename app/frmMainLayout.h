@@ -16,8 +16,11 @@ constexpr int kExtraHeight = 850;
 constexpr int kPanelGap = 200; // between the status panel and the panel below
 
 constexpr int kTopHeight = 1995;
-// Wide enough for "Update/Add" with room on both sides at any scale.
-constexpr int kButtonWidth = 1440;
+// Wide enough for "Update/Add" with room on both sides at any scale, also in
+// the wider renderings of a bold sans font (Windows' own font engine draws
+// DejaVu Sans Bold at 9 points 85 pixels wide where FreeType on Linux draws
+// it 80).
+constexpr int kButtonWidth = 1620;
 constexpr int kButtonHeight = 420;
 constexpr int kHelpSide = 360;
 constexpr int kRowHeight = 330;

@@ -9,7 +9,10 @@
 #include "basErr.h"
 #include "clsUser.h"
 
+#include <cstdio>
+
 #include <QApplication>
+#include <QDir>
 #include <QScreen>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -68,14 +71,19 @@ int main(int argc, char *argv[])
 {
     // A screen of 1920 x 900 pixels, drawn at twice the size.
     QTemporaryDir dir;
-    const QString config = dir.filePath(u"screen.json"_s);
-    QFile file(config);
-    if (!file.open(QIODevice::WriteOnly))
+    QFile file(dir.filePath(u"screen.json"_s));
+    if (!file.open(QIODevice::WriteOnly)) {
+        fprintf(stderr, "tst_scale: cannot write %s: %s\n", qPrintable(file.fileName()),
+                qPrintable(file.errorString()));
         return 2;
+    }
     file.write(R"({"screens": [{"name": "small", "x": 0, "y": 0, "width": 1920, "height": 900,
                    "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
     file.close();
-    qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + config.toLocal8Bit());
+    // The platform's arguments are separated by colons, so the file is named
+    // relative to the working folder: a Windows path's drive has one.
+    QDir::setCurrent(dir.path());
+    qputenv("QT_QPA_PLATFORM", "offscreen:configfile=screen.json");
     qputenv("QT_SCALE_FACTOR", "2");
     QApplication app(argc, argv);
     TestScale test;
