@@ -26,14 +26,17 @@
 
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QSet>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrlQuery>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -158,7 +161,6 @@ struct Sample
 // to kSettle samples after the last.
 struct Check
 {
-    size_t first = 0;
     double cpuMs = 0;
     int requests = 0;
     qint64 wallMs = 0; // first request to last
@@ -179,6 +181,7 @@ struct Program
     qint64 pid() const { return process.processId(); }
     QString pidText() const { return QString::number(pid()); }
 
+    // The checks that began in samples [from, to).
     std::vector<Check> checks(size_t from = 0, size_t to = SIZE_MAX) const
     {
         std::vector<Check> found;
@@ -192,7 +195,7 @@ struct Program
                     last = j;
             }
             const size_t after = std::min(last + kSettle, samples.size() - 1);
-            found.push_back({i, samples[after].cpuMs - samples[i - 1].cpuMs,
+            found.push_back({samples[after].cpuMs - samples[i - 1].cpuMs,
                              samples[last].requests - samples[i - 1].requests,
                              samples[last].ms - samples[i].ms});
             i = after;
@@ -301,15 +304,13 @@ QString autoList(int count, const QString &address)
 int automaticAt(const ServiceProcess &service, const QString &user, int count,
                 const QString &address)
 {
-    const QStringList held = service.stateRecords(user);
+    const QStringList records = service.stateRecords(user);
+    const QSet<QString> held(records.begin(), records.end());
     int found = 0;
     for (int i = 0, n = count; n > 0; ++i) {
         if (!Bench::isAutomatic(i))
             continue;
-        QStringList r = Bench::record(i);
-        r[3] = address;
-        if (held.contains(QStringList{r[0], r[1], r[2], r[3]}.join(QStringLiteral(";;"))))
-            ++found;
+        found += held.contains(Bench::record(i, address).join(QStringLiteral(";;")));
         --n;
     }
     return found;
@@ -646,11 +647,18 @@ bool enterOwnNamespaces()
 }
 
 // In the first process of the new namespaces: a /proc that shows their
-// processes, and the loopback interface up.
+// processes, the runtime folder of the account locks and status files on a
+// tmpfs of its own, as the user's runtime folder and the units'
+// RuntimeDirectory are, and the loopback interface up.
 bool setUpInside()
 {
+    if (!qEnvironmentVariableIsSet("VELTRIO_RUNTIME_DIR"))
+        qputenv("VELTRIO_RUNTIME_DIR", QDir::tempPath().toLocal8Bit() + "/bench_peers-runtime");
+    const QByteArray runtime = qgetenv("VELTRIO_RUNTIME_DIR");
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0)
+        mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0 ||
+        !QDir().mkpath(QString::fromLocal8Bit(runtime)) ||
+        mount("tmpfs", runtime.constData(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0700") != 0)
         return false;
     const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0)
@@ -688,7 +696,7 @@ int main(int argc, char *argv[])
     // And it ends with this program (a killed test).
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (!setUpInside()) {
-        std::perror("bench_peers: no /proc or loopback interface of its own");
+        std::perror("bench_peers: no /proc, runtime folder or loopback interface of its own");
         return 1;
     }
     // The changed check of 1,000 records takes minutes at veltrio-service.
