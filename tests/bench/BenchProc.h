@@ -1,11 +1,15 @@
 #pragma once
 
 // What a process costs while it runs, read from /proc: wake-ups (context
-// switches and times scheduled, summed over all its threads) and memory.
+// switches and times scheduled, summed over all its threads), memory and
+// CPU time.
 #include <QDir>
 #include <QFile>
 #include <QMap>
 #include <QString>
+
+#include <ctime>
+#include <unistd.h>
 
 namespace Bench {
 
@@ -86,6 +90,37 @@ inline qint64 cpuTicks(const QString &pid)
     // The fields after the command name, which is in parentheses.
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
     return fields.value(11).toLongLong() + fields.value(12).toLongLong();
+}
+
+// Memory that is the process's alone, in KiB: the pages no other process
+// maps (Private_Clean + Private_Dirty); -1 when the process is gone.
+inline qint64 uniqueKiB(const QString &pid)
+{
+    const QString rollup = QStringLiteral("/proc/%1/smaps_rollup").arg(pid);
+    const qint64 clean = statusValue(rollup, "Private_Clean");
+    const qint64 dirty = statusValue(rollup, "Private_Dirty");
+    return clean < 0 || dirty < 0 ? -1 : clean + dirty;
+}
+
+// CPU time used by a process so far in milliseconds: every thread's, ended
+// ones too, to the nanosecond (the kernel's clock of the process, the same
+// count as utime + stime), and that of its children it has waited for
+// (cutime + cstime, in clock ticks); -1 when the process is gone.
+inline double cpuMs(qint64 pid)
+{
+    clockid_t clock{};
+    timespec t{};
+    if (clock_getcpuclockid(static_cast<pid_t>(pid), &clock) != 0 || clock_gettime(clock, &t) != 0)
+        return -1;
+    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray stat = file.readAll();
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    const double childTicks =
+        static_cast<double>(fields.value(13).toLongLong() + fields.value(14).toLongLong());
+    return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6 +
+           childTicks * 1e3 / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 } // namespace Bench
