@@ -190,11 +190,6 @@ std::optional<QString> RecordListOf(const QString &reply)
     return list->toString();
 }
 
-quint64 RecordListSerial()
-{
-    return g_recordListSerial;
-}
-
 bool TakeRecordList(const QString &records, quint64 serial)
 {
     if (serial < g_recordListSerial)

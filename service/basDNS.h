@@ -54,11 +54,8 @@ bool IsSuccess(const QString &reply);
 std::optional<QString> RecordListOf(const QString &reply);
 
 // --- The session's record list ----------------------------------------------------
-// Which reply gave the session its record list: the exchange's number in the
-// order the service answered (ExchangeQueue::Finished()); 0 while no reply
-// has given one (a login reply without the list). A list from a later reply
-// is the newer one.
-quint64 RecordListSerial();
+// Replies are numbered in the order the service answered
+// (ExchangeQueue::Finished()); a list from a later reply is the newer one.
 // The session takes a list that the reply numbered serial brought, unless it
 // holds a newer one already; whether it took it.
 bool TakeRecordList(const QString &records, quint64 serial);
