@@ -80,15 +80,23 @@ inline qint64 rssKiB(const QString &pid = QStringLiteral("self"))
     return statusValue(QStringLiteral("/proc/%1/status").arg(pid), "VmRSS");
 }
 
-// CPU time used by a process so far, in clock ticks (utime + stime).
-inline qint64 cpuTicks(const QString &pid)
+// The fields of /proc/PID/stat after the command name, which is in
+// parentheses (so the state is field 0); empty when the process is gone.
+inline QList<QByteArray> statFields(const QString &pid)
 {
     QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
     if (!file.open(QIODevice::ReadOnly))
-        return -1;
+        return {};
     const QByteArray stat = file.readAll();
-    // The fields after the command name, which is in parentheses.
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+}
+
+// CPU time used by a process so far, in clock ticks (utime + stime).
+inline qint64 cpuTicks(const QString &pid)
+{
+    const QList<QByteArray> fields = statFields(pid);
+    if (fields.isEmpty())
+        return -1;
     return fields.value(11).toLongLong() + fields.value(12).toLongLong();
 }
 
@@ -112,11 +120,9 @@ inline double cpuMs(qint64 pid)
     timespec t{};
     if (clock_getcpuclockid(static_cast<pid_t>(pid), &clock) != 0 || clock_gettime(clock, &t) != 0)
         return -1;
-    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!file.open(QIODevice::ReadOnly))
+    const QList<QByteArray> fields = statFields(QString::number(pid));
+    if (fields.isEmpty())
         return -1;
-    const QByteArray stat = file.readAll();
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
     const double childTicks =
         static_cast<double>(fields.value(13).toLongLong() + fields.value(14).toLongLong());
     return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6 +
