@@ -46,21 +46,9 @@ private slots:
         }
     }
 
-    // On a machine without any display the program still tells its version
-    // and its options, instead of aborting in the window system's plugin.
-    void answersWithoutADisplay_data()
+    // Without any display, instead of aborting in the window system's plugin.
+    void versionWithoutADisplay()
     {
-        QTest::addColumn<QString>("option");
-        QTest::addColumn<QString>("said"); // a piece of standard output
-        QTest::newRow("version") << "--version"
-                                 << "veltrio-dns 1.0.";
-        QTest::newRow("help") << "--help"
-                              << "--log-dir";
-    }
-    void answersWithoutADisplay()
-    {
-        QFETCH(QString, option);
-        QFETCH(QString, said);
         const QString client = qEnvironmentVariable("VELTRIO_CLIENT_BIN");
         QVERIFY2(QFile::exists(client), "VELTRIO_CLIENT_BIN names no program");
         QProcess program;
@@ -68,11 +56,11 @@ private slots:
         for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
             env.remove(QLatin1String(name));
         program.setProcessEnvironment(env);
-        program.start(client, {option});
+        program.start(client, {QStringLiteral("--version")});
         QVERIFY(program.waitForFinished(10000));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 0);
-        QVERIFY(QString::fromUtf8(program.readAllStandardOutput()).contains(said));
+        QVERIFY(program.readAllStandardOutput().contains("veltrio-dns 1.0."));
     }
 };
 
