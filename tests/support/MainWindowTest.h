@@ -22,9 +22,8 @@
 #include <QTreeView>
 #include <functional>
 
-// Base of the main window's tests against veltrio-service: per test a fresh
-// session, service, settings and recorded message boxes, the saved login
-// that starts the window, and what the service received.
+// Base of the main window's tests: per test a fresh session, veltrio-service,
+// settings and recorded message boxes.
 class MainWindowTest : public QObject
 {
 protected:
@@ -32,8 +31,7 @@ protected:
     std::unique_ptr<ServiceProcess> m_service;
     std::optional<TestSeams> m_seams;
     QPointer<frmMain> m_window;
-    // Acts on the login window once the main window has put it up modally;
-    // unless a test says otherwise, Exit ends the load instead of waiting.
+    // Acts on the login window once it is up; by default Exit.
     std::function<void(frmLogin *)> m_onLogin;
     bool m_loginShown = false;
     std::unique_ptr<QTimer> m_poll;
@@ -89,22 +87,21 @@ protected:
 
     frmMain *startWithSavedLogin(const QString &user, const QString &password = QString())
     {
-        writeValues(kInit, {{"bSaveLogin", 1}, {"Username", user}});
-        writeValues(kInit, {{"Password", password.isNull() ? user : password}});
+        writeValues(kInit, {{"bSaveLogin", 1},
+                            {"Username", user},
+                            {"Password", password.isNull() ? user : password}});
         m_window = new frmMain;
         m_window->Form_Load();
         return m_window;
     }
 
-    // The address the service reports at first, and the one it moves to.
+    // The service's first address, the one it moves to, and acme's mail marked.
     static inline const QString kOld = QStringLiteral("203.0.113.7");
     static inline const QString kNew = QStringLiteral("198.51.100.50");
-    // The own-domains account's mail record, marked automatic.
     static inline const QString kMailAuto = QStringLiteral("ACME.TEST;;A;;MAIL;;203.0.113.7~~");
 
-    // The saved login of the account with these values in its section, every
-    // tick due; what the start-up sent and showed is cleared, so that a test
-    // sees only its own requests and boxes.
+    // The saved login with these values, every tick due, start-up's requests
+    // and boxes cleared.
     frmMain &startDue(const char *user, const QList<std::pair<const char *, QVariant>> &values = {})
     {
         writeValues(userKey(QLatin1String(user)), values);
@@ -122,8 +119,7 @@ protected:
         return settled(&w);
     }
 
-    // The script queries received that hold prefix, blanks as the
-    // client meant them.
+    // The queries received that hold prefix, blanks as the client meant them.
     QStringList sent(const char *prefix = "FXN=DNSTickler") const
     {
         QStringList queries = m_service->requests().filter(QLatin1String(prefix));
