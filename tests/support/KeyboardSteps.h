@@ -6,8 +6,7 @@
 #include <QWidget>
 #include <functional>
 
-// A person at the keyboard, for the window tests: steps written as text,
-// the focused control, and where Tab takes the focus.
+// A person at the keyboard, for the window tests.
 namespace KeyboardSteps {
 
 // The focused control's name (a combo box's for its text box).
@@ -19,10 +18,8 @@ inline QString FocusName()
     return focus ? focus->objectName() : QString();
 }
 
-// Runs "action argument" steps separated by ";" on the window's controls:
-// click NAME, focus NAME, type NAME=TEXT (replacing the box's text), key
-// Return|Enter|Escape|Delete|Space (to the focused control), menu NAME
-// (triggers the action). Other actions go to other(action, argument).
+// Runs steps separated by ";": click NAME, focus NAME, type NAME=TEXT, key
+// Return|Enter|Escape|Delete|Space, menu NAME; others go to other(action, arg).
 inline void Run(QWidget *window, const QString &steps,
                 const std::function<void(const QString &, const QString &)> &other = {})
 {
@@ -63,8 +60,8 @@ inline void Run(QWidget *window, const QString &steps,
     }
 }
 
-// The names of the controls Tab visits, from the focused one until it comes
-// round to it again; each must be seen whole inside panel.
+// The controls Tab visits from the focused one round to it; each must be
+// seen whole inside panel.
 inline QString TabChain(QWidget *panel)
 {
     QStringList visited;
