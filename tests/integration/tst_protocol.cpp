@@ -8,9 +8,10 @@
 #include "clsUser.h"
 
 #include <QStandardPaths>
-#include <QTcpServer>
 #include <QTest>
 
+// The client's exchanges with veltrio-service over HTTP and HTTPS: what it
+// sends, what it makes of the replies, and how a failed exchange ends.
 namespace {
 
 // The main window as the protocol sees it, recording what it is told.
@@ -34,14 +35,6 @@ public:
     QList<bool> tray;
     QList<bool> enabledCalls;
 };
-
-// A port nothing listens on: one a server just gave back.
-quint16 closedPort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost, 0);
-    return server.serverPort();
-}
 
 } // namespace
 
@@ -88,19 +81,13 @@ private slots:
         basErr::SetLogFolder(m_logs.path());
         QVERIFY2(m_service.start(ServiceProcess::WithTls), qPrintable(m_service.errorString()));
     }
-    void cleanupTestCase()
-    {
-        basErr::SetLogFolder(QString());
-        SetConfig(ServiceConfig::Defaults());
-    }
     void init()
     {
         // Qt's schannel backend hands the extra CAs to the chain check as a
         // store imported from PKCS#12; Wine's import takes no certificate
         // without its key, so there the extra CA is never used.
-        const bool extraCa =
-            qstrcmp(QTest::currentDataTag(), "https") == 0 ||
-            qstrcmp(QTest::currentTestFunction(), "untrustedCertificate_isRefused") == 0;
+        const bool extraCa = qstrcmp(QTest::currentDataTag(), "https") == 0 ||
+                             qstrcmp(QTest::currentDataTag(), "untrusted certificate") == 0;
         if (extraCa && HelperProcess::underWine())
             QSKIP("Wine ignores the extra CA: its PFXImportCertStore imports no certificate "
                   "without a key");
@@ -110,27 +97,6 @@ private slots:
         basDNS::SetTransferTimeout(60000);
         m_service.clearRequests();
         QVERIFY(m_service.setPublicIp(QString()));
-    }
-    void cleanup()
-    {
-        RegisterMainWindow(nullptr);
-        basDNS::SetTransferTimeout(60000);
-    }
-
-    void login_replyParsed_data() { addTransportColumn(); }
-    void login_replyParsed()
-    {
-        QFETCH(bool, https);
-        useService(https);
-        const QString reply = basDNS::OpenRequest(QStringLiteral("?fxn=login&usr=acme&pwd=acme"));
-        QCOMPARE(basDNS::GetReplyValue(reply, QStringLiteral("DNS LOGIN:")),
-                 QStringLiteral("SUCCESS"));
-        QCOMPARE(basDNS::GetReplyValue(reply, QStringLiteral("FirstName:")), QStringLiteral("Ada"));
-        QCOMPARE(basDNS::GetReplyValue(reply, QStringLiteral("IPAddress:")),
-                 QStringLiteral("127.0.0.1"));
-        const QStringList pieces =
-            RecordList::Split(basDNS::GetReplyValue(reply, QStringLiteral("DomainUserRecords:")));
-        QVERIFY(pieces.contains(QStringLiteral("acme.test;;A;;mail;;203.0.113.7")));
     }
 
     void ticklerAddAndDelete_data() { addTransportColumn(); }
@@ -151,31 +117,21 @@ private slots:
         QVERIFY(basDNS::DNSTickler(QStringLiteral("acme.test"), host, basDNS::RecordAdd,
                                    QStringLiteral("A"), address, true, true));
         QCOMPARE(host, QStringLiteral("@"));
-        QCOMPARE(m_service.requests(), QStringList{query.arg(basDNS::RecordAdd)});
-        QCOMPARE(seams.messages.size(), 1);
-        QCOMPARE(seams.messages[0].text,
-                 QStringLiteral("Transaction Complete:\nIP Set for Name:@ IPAddress:") + address);
-        QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
         QCOMPARE(User().sIPAddress, address);
         QVERIFY(RecordList::Split(User().sDomainUserRecords).contains(piece));
-        QVERIFY(m_service.stateRecords(QStringLiteral("acme")).contains(piece));
         QCOMPARE(ProgramWide::sAutoIPList,
                  QStringLiteral("ACME.TEST;;A;;@;;") + address + QStringLiteral("~~"));
 
-        m_service.clearRequests();
         QVERIFY(basDNS::DNSTickler(QStringLiteral("acme.test"), host, basDNS::RecordDelete,
                                    QStringLiteral("A"), address, true, false));
-        QCOMPARE(m_service.requests(), QStringList{query.arg(basDNS::RecordDelete)});
-        QCOMPARE(seams.messages.size(), 2);
-        QCOMPARE(seams.messages[1].text,
-                 QStringLiteral("Transaction Complete:\nIP Removed for Name:@ IPAddress:") +
-                     address);
-        QCOMPARE(User().sIPAddress, address);
+        QCOMPARE(m_service.requests(),
+                 (QStringList{query.arg(basDNS::RecordAdd), query.arg(basDNS::RecordDelete)}));
         QVERIFY(!RecordList::Split(User().sDomainUserRecords).contains(piece));
-        QVERIFY(RecordList::Split(User().sDomainUserRecords)
-                    .contains(QStringLiteral("acme.test;;A;;mail;;203.0.113.7")));
-        QVERIFY(!m_service.stateRecords(QStringLiteral("acme")).contains(piece));
         QCOMPARE(ProgramWide::sAutoIPList, QString());
+        const QString done = QStringLiteral("Transaction Complete:\nIP %1 for Name:@ IPAddress:");
+        QCOMPARE(seams.texts(), (QStringList{done.arg(QLatin1String("Set")) + address,
+                                             done.arg(QLatin1String("Removed")) + address}));
+        QCOMPARE(seams.messages[0].title, QStringLiteral("Veltrio"));
     }
 
     void ticklerAdvanced_freeSubDomain()
@@ -184,10 +140,9 @@ private slots:
         useService(false);
         logIn(QStringLiteral("demo"), QStringLiteral("demo"));
         User().bVeltrioOnly = true;
-        const QString domain = QStringLiteral("dyn.veltrio.test");
-
         QString host;
-        QVERIFY(basDNS::DNSTicklerAdvanced(domain, host, basDNS::RecordAdd, QStringLiteral("A"),
+        QVERIFY(basDNS::DNSTicklerAdvanced(QStringLiteral("dyn.veltrio.test"), host,
+                                           basDNS::RecordAdd, QStringLiteral("A"),
                                            QStringLiteral("192.0.2.9"), true));
         QCOMPARE(host, QStringLiteral("@"));
         QCOMPARE(m_service.requests(),
@@ -196,80 +151,51 @@ private slots:
                      "&DNSCommand=RECORDADD&RecordType=A&IPAddress=192.0.2.9")});
         QVERIFY(RecordList::Split(User().sDomainUserRecords)
                     .contains(QStringLiteral("dyn.veltrio.test;;A;;demo;;192.0.2.9")));
-        QVERIFY(basDNS::DNSTicklerAdvanced(domain, host, basDNS::RecordDelete, QStringLiteral("A"),
-                                           QStringLiteral("192.0.2.9"), true));
-        QVERIFY(!RecordList::Split(User().sDomainUserRecords)
-                     .contains(QStringLiteral("dyn.veltrio.test;;A;;demo;;192.0.2.9")));
-
-        User().sPassword = QStringLiteral("wrong");
-        host = QStringLiteral("www");
-        QVERIFY(!basDNS::DNSTicklerAdvanced(domain, host, basDNS::RecordAdd, QStringLiteral("A"),
-                                            QStringLiteral("192.0.2.9"), true));
-        QCOMPARE(
-            seams.texts(),
-            (QStringList{QStringLiteral("Transaction Complete:\n@.demo.dyn.veltrio.test Set"),
-                         QStringLiteral("Transaction Complete:\n@.demo.dyn.veltrio.test Removed"),
-                         QStringLiteral("Could not Set www.demo.dyn.veltrio.test Invalid user "
-                                        "name or password")}));
-        QCOMPARE(seams.messages[2].title, QStringLiteral("Veltrio"));
-        QCOMPARE(m_window.caption, QStringLiteral("Not Connected with Server"));
+        QCOMPARE(seams.texts(),
+                 QStringList{QStringLiteral("Transaction Complete:\n@.demo.dyn.veltrio.test Set")});
         // A free account's commands never touch the auto-IP list.
         QCOMPARE(ProgramWide::sAutoIPList, QString());
     }
 
     void tickler_failure_data()
     {
+        QTest::addColumn<bool>("advanced");
         QTest::addColumn<QString>("command");
         QTest::addColumn<QString>("message");
-        QTest::newRow("set") << basDNS::RecordAdd
-                             << "Could not Set IP.  Invalid user name or password";
-        QTest::newRow("remove") << basDNS::RecordDelete
-                                << "Could not Remove IP.  Invalid user name or password";
+        QTest::addColumn<QString>("title");
+        const QString title = Seams::DefaultTitle();
+        QTest::newRow("set") << false << basDNS::RecordAdd << "Could not Set IP.  " << title;
+        QTest::newRow("remove") << false << basDNS::RecordDelete << "Could not Remove IP.  "
+                                << title;
+        QTest::newRow("advanced") << true << basDNS::RecordAdd
+                                  << "Could not Set www.demo.dyn.veltrio.test "
+                                  << "Veltrio";
     }
     void tickler_failure()
     {
+        QFETCH(bool, advanced);
         QFETCH(QString, command);
         QFETCH(QString, message);
         TestSeams seams;
         useService(false);
-        logIn(QStringLiteral("acme"), QStringLiteral("not the password"));
+        logIn(QStringLiteral("demo"), QStringLiteral("wrong"));
         User().sDomainUserRecords = QStringLiteral("kept;;A;;@;;1.2.3.4");
-        m_window.colour = StatusColour::Connected;
+        const QString domain = QStringLiteral("dyn.veltrio.test");
         QString host = QStringLiteral("www");
-        QVERIFY(!basDNS::DNSTickler(QStringLiteral("acme.test"), host, command, QStringLiteral("A"),
-                                    QStringLiteral("192.0.2.5"), true, true));
-        QCOMPARE(seams.texts(), QStringList{message});
-        QCOMPARE(seams.messages[0].title, Seams::DefaultTitle());
+        QVERIFY(!(advanced ? basDNS::DNSTicklerAdvanced(domain, host, command, QStringLiteral("A"),
+                                                        QStringLiteral("192.0.2.9"), true)
+                           : basDNS::DNSTickler(domain, host, command, QStringLiteral("A"),
+                                                QStringLiteral("192.0.2.5"), true, true)));
+        QCOMPARE(seams.texts(),
+                 QStringList{message + QStringLiteral("Invalid user name or password")});
+        QTEST(seams.messages[0].title, "title");
         QCOMPARE(m_window.caption, QStringLiteral("Not Connected with Server"));
-        QCOMPARE(m_window.colour, StatusColour::NotConnected);
-        QCOMPARE(m_window.tray, QList<bool>{false});
-        QCOMPARE(m_window.enabledCalls, (QList<bool>{false, true}));
         QCOMPARE(User().sDomainUserRecords, QStringLiteral("kept;;A;;@;;1.2.3.4"));
-        QCOMPARE(ProgramWide::sAutoIPList, QString());
     }
 
-    // Parameters go out as they are held: a password with "&", "=" or a
-    // blank splits the query, and the service sees exactly that.
-    void queryOnTheWire_isNotEscaped()
-    {
-        TestSeams seams;
-        useService(false);
-        logIn(QStringLiteral("acme"), QStringLiteral("p&ss=w rd"));
-        QString host = QStringLiteral("ftp");
-        basDNS::DNSTickler(QStringLiteral("acme.test"), host, basDNS::RecordDelete,
-                           QStringLiteral("CNAME"), QStringLiteral("acme.test"), false, false);
-        QCOMPARE(m_service.requests(),
-                 QStringList{QStringLiteral(
-                     "FXN=DNSTickler&Usr=acme&Pwd=p&ss=w%20rd&Cname=ftp&Domain=acme.test"
-                     "&DNSCommand=RECORDDELETE&RecordType=CNAME&IPAddress=acme.test")});
-        QVERIFY(seams.messages.isEmpty());
-    }
-
-    void getIPAddress_followsAddressChange_data() { addTransportColumn(); }
     void getIPAddress_followsAddressChange()
     {
-        QFETCH(bool, https);
-        useService(https);
+        useService(false);
         logIn(QStringLiteral("acme"), QStringLiteral("acme"));
         QVERIFY(m_service.setPublicIp(QStringLiteral("203.0.113.10")));
         QCOMPARE(basDNS::GetIPAddress(), QStringLiteral("203.0.113.10"));
@@ -285,21 +211,16 @@ private slots:
     {
         useService(false);
         logIn(QStringLiteral("acme"), QStringLiteral("acme"));
-        const QString service = ProgramWide::sServiceURL;
-        const QString nowhere =
-            QStringLiteral("http://127.0.0.1:%1/dnslogin3.asp").arg(closedPort());
 
         // Dark red: a success turns it green and tells the tray.
         QVERIFY(!basDNS::GetIPAddress().isEmpty());
         QCOMPARE(m_window.caption, QStringLiteral("Connected"));
-        QCOMPARE(m_window.colour, StatusColour::Connected);
         QCOMPARE(m_window.tray, QList<bool>{true});
         // Already green: nothing changes.
         QVERIFY(!basDNS::GetIPAddress().isEmpty());
         QCOMPARE(m_window.statusChanges, 1);
-        QCOMPARE(m_window.tray.size(), 1);
         // A failure always reports, even twice in a row, and keeps the record list.
-        ProgramWide::sServiceURL = nowhere;
+        ProgramWide::sServiceURL = QStringLiteral("http://127.0.0.1:1/dnslogin3.asp");
         User().sDomainUserRecords = QStringLiteral("kept");
         QVERIFY(basDNS::GetIPAddress().isEmpty());
         QVERIFY(basDNS::GetIPAddress().isEmpty());
@@ -308,35 +229,33 @@ private slots:
         QCOMPARE(m_window.colour, StatusColour::NotConnected);
         QCOMPARE(m_window.tray, (QList<bool>{true, false, false}));
         QCOMPARE(m_window.statusChanges, 3);
-        // Any colour but dark red stays on success.
-        m_window.colour = 0;
-        ProgramWide::sServiceURL = service;
-        QVERIFY(!basDNS::GetIPAddress().isEmpty());
-        QCOMPARE(m_window.colour, 0);
-        QCOMPARE(m_window.statusChanges, 3);
-        // Without a main window the outcome shows nowhere and nothing breaks.
-        RegisterMainWindow(nullptr);
-        QVERIFY(!basDNS::GetIPAddress().isEmpty());
     }
 
-    // The deadline covers the whole exchange: a service that never answers
-    // and one that trickles its reply a byte at a time both end in the
-    // empty reply of a failed transfer, and the next request goes through.
-    void slowService_endsAtTheDeadline_data()
+    // A failed exchange ends in the empty reply, and the next goes through:
+    // the deadline covers the whole exchange (a service that never answers,
+    // one that trickles its reply a byte at a time), and a certificate is
+    // refused until its CA is trusted.
+    void failedExchange_endsEmpty_data()
     {
-        QTest::addColumn<bool>("trickle");
-        QTest::newRow("silent") << false;
-        QTest::newRow("one byte every 100 ms") << true;
+        QTest::addColumn<QString>("fault");
+        QTest::newRow("silent") << "delay";
+        QTest::newRow("one byte every 100 ms") << "trickle";
+        QTest::newRow("untrusted certificate") << "certificate";
     }
-    void slowService_endsAtTheDeadline()
+    void failedExchange_endsEmpty()
     {
-        QFETCH(bool, trickle);
-        useService(false);
-        QVERIFY(trickle ? m_service.setNextTrickle(100) : m_service.setNextDelay(30000));
-        basDNS::SetTransferTimeout(800);
-        QCOMPARE(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme")), QString());
-        QVERIFY(
-            basDNS::IsSuccess(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"))));
+        QFETCH(QString, fault);
+        const bool https = fault == QLatin1String("certificate");
+        useService(https, !https);
+        if (!https) {
+            QVERIFY(fault == QLatin1String("trickle") ? m_service.setNextTrickle(100)
+                                                      : m_service.setNextDelay(30000));
+            basDNS::SetTransferTimeout(800);
+        }
+        const QString query = QStringLiteral("?FXN=GetIPAddress&Usr=acme");
+        QCOMPARE(basDNS::OpenRequest(query), QString());
+        useService(https);
+        QVERIFY(basDNS::IsSuccess(basDNS::OpenRequest(query)));
     }
 
     // Requests go through the proxy the environment names, as other programs'
@@ -360,38 +279,6 @@ private slots:
         QCOMPARE(m_service.requests(), QStringList{QStringLiteral("FXN=GetIPAddress&Usr=acme")});
     }
 
-    void untrustedCertificate_isRefused()
-    {
-        useService(true, false);
-        QCOMPARE(basDNS::OpenRequest(QStringLiteral("?fxn=login&usr=acme&pwd=acme")), QString());
-        QVERIFY(m_service.requests().isEmpty());
-        // The same service is reached once its CA is trusted.
-        useService(true, true);
-        QVERIFY(
-            basDNS::IsSuccess(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"))));
-        // And refused again when it no longer is.
-        useService(true, false);
-        QCOMPARE(basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme")), QString());
-    }
-
-    // One address query, the request the client repeats most.
-    void benchmark_addressQuery_data()
-    {
-        addTransportColumn();
-    }
-    void benchmark_addressQuery()
-    {
-        QFETCH(bool, https);
-        useService(https);
-        logIn(QStringLiteral("acme"), QStringLiteral("acme"));
-        QString address;
-        QBENCHMARK
-        {
-            address = basDNS::GetIPAddress();
-        }
-        QCOMPARE(address, QStringLiteral("127.0.0.1"));
-    }
-
     void malformedReply_isTrappedAndWindowEnabledAgain()
     {
         TestSeams seams;
@@ -403,7 +290,6 @@ private slots:
         QVERIFY(!basDNS::DNSTickler(QStringLiteral("acme.test"), host, basDNS::RecordAdd,
                                     QStringLiteral("A"), QStringLiteral("192.0.2.5"), true, true));
         QCOMPARE(seams.messages.size(), 1);
-        QCOMPARE(seams.messages[0].title, QStringLiteral("Error"));
         QVERIFY(seams.messages[0].text.startsWith(
             QStringLiteral("basDNS.DNSTickler()\rError # 5 was generated by ")));
         QCOMPARE(User().sDomainUserRecords, QStringLiteral("kept"));

@@ -49,23 +49,30 @@ private slots:
         RegistryStore::SetFile(m_file);
     }
 
+    // Values come back as written, their names matched in any case. A file
+    // that others may read (made by hand, or by an older program) is closed
+    // to them by a write: it may receive the password.
     void roundTrip()
     {
+#ifdef Q_OS_UNIX
+        writeFile("[Init]\nPort=80\n");
+        QVERIFY(QFile::setPermissions(m_file, QFile::ReadOwner | QFile::WriteOwner |
+                                                  QFile::ReadGroup | QFile::ReadOther));
+#endif
         const QString text = u"  Zoë p&w=\"x\";#[y]~~ ☃  "_s; // blanks, INI syntax, non-ASCII
-        at(kInit)->WriteValue(u"Text"_s, text, RegistryStore::Text);
         at(kInit)->WriteValue(u"Number"_s, u" 2.5 "_s, RegistryStore::Number); // rounds to even
-        QCOMPARE(at(kInit)->ReadValue(u"Text"_s), text);
-        QCOMPARE(at(kInit)->ReadValue(u"Number"_s), u"2"_s);
-    }
-
-    void namesIgnoreCase()
-    {
         at(u"SOFTWARE\\Veltrio\\acme"_s)->WriteValue(u"AutoIPs"_s, u"old"_s, RegistryStore::Text);
-        at(u"SOFTWARE\\Veltrio\\acme"_s)->WriteValue(u"AutoIps"_s, u"new"_s, RegistryStore::Text);
+        at(u"SOFTWARE\\Veltrio\\acme"_s)->WriteValue(u"AutoIps"_s, text, RegistryStore::Text);
+        QCOMPARE(at(kInit)->ReadValue(u"Number"_s), u"2"_s);
         const auto reg = at(u"software\\veltrio\\ACME"_s);
         QCOMPARE(reg->ValueCount(), 1);
-        QCOMPARE(reg->ReadValue(u"AUTOIPS"_s), u"new"_s);
+        QCOMPARE(reg->ReadValue(u"AUTOIPS"_s), text);
         QVERIFY(!contents(m_file).contains("old"));
+#ifdef Q_OS_UNIX
+        const auto others =
+            QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        QCOMPARE(QFile::permissions(m_file) & others, QFileDevice::Permissions());
+#endif
     }
 
     void userNamesStayInTheirOwnSection_data()
@@ -88,32 +95,29 @@ private slots:
         QCOMPARE(reg->ReadValue(1), u"mine"_s);
     }
 
-    // A null file: none exists, and reading must not create one.
+    // Values QSettings would rebuild as objects make the file unusable (the
+    // serialized object rows were found by fuzzing); reading never creates it.
     void unusableContentReadsEmpty_data()
     {
-        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QByteArray>("file"); // null: none exists
         QTest::addColumn<QString>("port");
-        QTest::newRow("no file") << QByteArray() << QString();
-        QTest::newRow("list") << QByteArray("[Init]\nPort=80, 8080\n") << QString();
-        QTest::newRow("binary") << QByteArray("[Init]\nPort=@ByteArray(80)\n") << QString();
-        // Found by fuzzing: a serialized list claiming a huge count.
-        QTest::newRow("serialized object")
-            << QByteArray("[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("serialized object, escaped")
-            << QByteArray("[Init]\nPort=1400\nA=\\x40Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("serialized object, escape of more than 16 bits")
-            << QByteArray("[Init]\nPort=1400\nA=\\x10040Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("serialized object, octal escape")
-            << QByteArray("[Init]\nPort=1400\nA=\\200100Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("serialized object on a continued line")
-            << QByteArray("[Init]\nPort=1400\nA=\\\n@Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("serialized object in a list")
-            << QByteArray("[Init]\nPort=1400\nA=x, @Variant(\\0\\0\\0\\th=@V)\n") << QString();
-        QTest::newRow("an @ inside a quoted text")
-            << QByteArray("[Init]\nPort=1400\nPassword=\"x, @Variant(x)\"\n") << u"1400"_s;
-        QTest::newRow("an @ kept as text")
-            << QByteArray("[Init]\nPort=1400\nA=@@Variant(x)\n") << u"1400"_s;
-        QTest::newRow("other values fine") << QByteArray("[Init]\nPort=1400\nX=1,2\n") << u"1400"_s;
+        const auto row = [](const char *tag, const char *file, const char *port) {
+            QTest::newRow(tag) << QByteArray(file) << QString::fromLatin1(port);
+        };
+        row("no file", nullptr, "");
+        row("list", "[Init]\nPort=80, 8080\n", "");
+        row("binary", "[Init]\nPort=@ByteArray(80)\n", "");
+        row("serialized object", "[Init]\nPort=1400\nA=@Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("escaped", "[Init]\nPort=1400\nA=\\x40Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("escape of more than 16 bits",
+            "[Init]\nPort=1400\nA=\\x10040Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("octal escape", "[Init]\nPort=1400\nA=\\200100Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("continued line", "[Init]\nPort=1400\nA=\\\n@Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("in a list", "[Init]\nPort=1400\nA=x, @Variant(\\0\\0\\0\\th=@V)\n", "");
+        row("an @ inside a quoted text", "[Init]\nPort=1400\nPassword=\"x, @Variant(x)\"\n",
+            "1400");
+        row("an @ kept as text", "[Init]\nPort=1400\nA=@@Variant(x)\n", "1400");
+        row("other values fine", "[Init]\nPort=1400\nX=1,2\n", "1400");
     }
     void unusableContentReadsEmpty()
     {
@@ -133,7 +137,6 @@ private slots:
         const QByteArray broken("[Init\nbSaveLogin=1\nPassword=secret\n");
         writeFile(broken);
         QCOMPARE(at(kInit)->ValueCount(), 0);
-        QCOMPARE(at(kInit)->ReadValue(u"Password"_s), QString());
         QCOMPARE(contents(m_file), broken);
         at(kInit)->WriteValue(u"Port"_s, u"8080"_s, RegistryStore::Text);
         at(kInit)->WriteValue(u"bSSL"_s, 1, RegistryStore::Number);
@@ -150,21 +153,6 @@ private slots:
         QCOMPARE(QFile::permissions(m_file) & mask, QFileDevice::Permissions(QFile::WriteOwner));
 #endif
     }
-
-#ifdef Q_OS_UNIX
-    // A file that others may read (made by hand, or by an older program)
-    // is closed to them by the first write: it may receive the password.
-    void writeLeavesTheFileToItsOwner()
-    {
-        writeFile("[Init]\nPort=80\n");
-        QVERIFY(QFile::setPermissions(m_file, QFile::ReadOwner | QFile::WriteOwner |
-                                                  QFile::ReadGroup | QFile::ReadOther));
-        at(kInit)->WriteValue(u"Password"_s, u"secret"_s, RegistryStore::Text);
-        const auto others =
-            QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-        QCOMPARE(QFile::permissions(m_file) & others, QFileDevice::Permissions());
-    }
-#endif
 };
 
 QTEST_GUILESS_MAIN(TestRegistryStore)

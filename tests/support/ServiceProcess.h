@@ -20,15 +20,12 @@
 #include <windows.h>
 #endif
 
-// A program the tests run beside them (veltrio-service, openssl), in a
-// folder of their own: a child of the test, or, when VELTRIO_SERVICE_KEEPER
-// names a folder, a program that a keeper on the build machine starts for
-// it. That is how the Windows build's tests run under Wine: a Windows
-// process cannot start the Linux programs as its children, so it writes its
-// request into a folder below the keeper's (a file "run": the program's name
-// and its arguments, one a line; "stop" ends it), and reads what the keeper
-// leaves there: "pid" once the program runs, its "stdout" and "stderr", and
-// "exit" with its exit code (see scripts/windows).
+// A program the tests run beside them (veltrio-service, openssl) in a folder
+// of its own: a child of the test or, when VELTRIO_SERVICE_KEEPER names a
+// folder, run by the keeper of scripts/windows, since a Windows test under
+// Wine cannot start a Linux program. The request is the file "run" (program
+// and arguments, one a line; "stop" and "kill" end it); the keeper leaves
+// "pid", "stdout", "stderr" and "exit" (the exit code) beside it.
 class HelperProcess
 {
 public:
@@ -37,7 +34,7 @@ public:
     HelperProcess(const HelperProcess &) = delete;
     HelperProcess &operator=(const HelperProcess &) = delete;
 
-    // The keeper's folder; empty when the programs are children.
+    // Empty when the programs are children.
     static QString keeperFolder() { return qEnvironmentVariable("VELTRIO_SERVICE_KEEPER"); }
 
     // Whether this is a Windows program running under Wine.
@@ -51,24 +48,23 @@ public:
 #endif
     }
 
-    // Starts program in folder; false, with errorString(), when it did not.
+    // False, with errorString(), when the program did not start.
     bool start(const QString &folder, const QString &program, const QStringList &arguments)
     {
         stop();
         m_folder = QDir(folder);
         m_kept = !keeperFolder().isEmpty();
         m_read = 0;
-        m_pending.clear();
         if (!m_kept) {
             m_process.setWorkingDirectory(folder);
             m_process.start(program, arguments);
-            if (m_process.waitForStarted(10000))
-                return true;
+            const bool started = m_process.waitForStarted(10000);
             m_error = m_process.errorString();
-            return false;
+            return started;
         }
         for (const char *name : {"stdout", "stderr", "pid", "exit"})
             QFile::remove(file(name));
+        // Written aside and renamed, so that the keeper never reads half of it.
         QFile request(file("run.part"));
         const QByteArray text = (QStringList{program} + arguments).join(u'\n').toUtf8() + '\n';
         if (!request.open(QIODevice::WriteOnly) || request.write(text) != text.size()) {
@@ -76,17 +72,11 @@ public:
             return false;
         }
         request.close();
-        if (!QFile::rename(request.fileName(), file("run"))) {
-            m_error = QStringLiteral("cannot rename ") + request.fileName();
-            return false;
-        }
-        if (!waitFor([this] { return QFile::exists(file("pid")) || QFile::exists(file("exit")); },
-                     10000)) {
-            m_error = QStringLiteral("the keeper in %1 did not start %2 (does it run?)")
-                          .arg(keeperFolder(), program);
-            return false;
-        }
-        return true;
+        m_error = QStringLiteral("the keeper in %1 did not start %2 (does it run?)")
+                      .arg(keeperFolder(), program);
+        return QFile::rename(request.fileName(), file("run")) &&
+               waitFor([this] { return QFile::exists(file("pid")) || QFile::exists(file("exit")); },
+                       10000);
     }
 
     bool running()
@@ -96,31 +86,24 @@ public:
         return QFile::exists(file("pid")) && !QFile::exists(file("exit"));
     }
 
-    // The next whole line of standard output, waiting up to ms for it;
-    // nullopt when none came.
+    // The next whole line of standard output, waiting up to ms for it.
     std::optional<QByteArray> readLine(int ms)
     {
         if (!m_kept) {
-            if (!m_process.canReadLine() && !m_process.waitForReadyRead(ms))
-                return std::nullopt;
             if (!m_process.canReadLine())
-                return std::nullopt;
-            return m_process.readLine();
+                m_process.waitForReadyRead(ms);
+            return m_process.canReadLine() ? std::optional(m_process.readLine()) : std::nullopt;
         }
-        const auto lineEnd = [this] {
+        QByteArray line;
+        const auto whole = [&] {
             QFile out(file("stdout"));
-            if (out.open(QIODevice::ReadOnly) && out.seek(m_read)) {
-                const QByteArray more = out.readAll();
-                m_read += more.size();
-                m_pending += more;
-            }
-            return m_pending.indexOf('\n');
+            if (out.open(QIODevice::ReadOnly) && out.seek(m_read))
+                line = out.readLine();
+            return line.endsWith('\n');
         };
-        if (lineEnd() < 0 && !waitFor([&] { return lineEnd() >= 0; }, ms))
+        if (!waitFor(whole, ms))
             return std::nullopt;
-        const qsizetype end = m_pending.indexOf('\n') + 1;
-        const QByteArray line = m_pending.left(end);
-        m_pending.remove(0, end);
+        m_read += line.size();
         return line;
     }
 
@@ -132,8 +115,8 @@ public:
         return err.open(QIODevice::ReadOnly) ? err.readAll() : QByteArray();
     }
 
-    // Waits up to ms for the end; the exit code, or nullopt when it did not
-    // end, or ended by a signal or a crash.
+    // The exit code; nullopt when it did not end within ms, or ended by a
+    // signal or a crash.
     std::optional<int> waitForExit(int ms)
     {
         if (!m_kept) {
@@ -141,18 +124,17 @@ public:
                 return std::nullopt;
             return m_process.exitCode();
         }
-        if (!waitFor([this] { return QFile::exists(file("exit")); }, ms))
-            return std::nullopt;
         QFile exit(file("exit"));
+        if (!waitFor([&] { return exit.exists(); }, ms) || !exit.open(QIODevice::ReadOnly))
+            return std::nullopt;
         bool number = false;
-        const int code =
-            exit.open(QIODevice::ReadOnly) ? exit.readAll().trimmed().toInt(&number) : -1;
+        const int code = exit.readAll().trimmed().toInt(&number);
         if (!number || code >= 128) // the shell's 128 + the signal's number
             return std::nullopt;
         return code;
     }
 
-    // Asks it to end (SIGTERM), and kills it when it has not within 5 s.
+    // SIGTERM, then a kill when it has not ended within 5 s.
     void stop()
     {
         if (!running())
@@ -198,20 +180,13 @@ private:
     QDir m_folder;
     bool m_kept = false;
     QProcess m_process;
-    qint64 m_read = 0;
-    QByteArray m_pending;
+    qint64 m_read = 0; // of its standard output
     QString m_error;
 };
 
-// Runs veltrio-service for one test: on 127.0.0.1 with free ports, on a
-// temporary copy of the demo accounts, with its
-// own state file and, when asked, HTTPS with a throw-away CA made by openssl.
-//
-//     ServiceProcess service;
-//     QVERIFY2(service.start(ServiceProcess::WithTls), qPrintable(service.errorString()));
-//     url = service.scriptUrl(true);        // trust service.caFile() for it
-//
-// stop() followed by start() restarts the service on the same files.
+// veltrio-service for one test, on 127.0.0.1 with free ports, on a copy of the
+// demo accounts with a state file of its own and, WithTls, HTTPS with a
+// throw-away CA (caFile()). stop() and start() again keep its files.
 class ServiceProcess
 {
 public:
@@ -222,56 +197,53 @@ public:
     ServiceProcess(const ServiceProcess &) = delete;
     ServiceProcess &operator=(const ServiceProcess &) = delete;
 
-    // Starts the service and waits until it listens; publicIp, when given, is
-    // reported to every caller. On failure returns false, says why in a
-    // warning and in errorString().
+    // Starts it and waits until it listens; publicIp, when given, is reported
+    // to every caller. On failure says why in a warning and in errorString().
     bool start(Mode mode = HttpOnly, const QString &publicIp = QString())
     {
         const bool tls = mode == WithTls;
         stop();
         m_error.clear();
-        // The keeper knows where its veltrio-service is.
-        const QString binary = HelperProcess::keeperFolder().isEmpty()
-                                   ? qEnvironmentVariable("VELTRIO_SERVICE_BIN")
-                                   : QStringLiteral("veltrio-service");
-        if (HelperProcess::keeperFolder().isEmpty() && (binary.isEmpty() || !QFile::exists(binary)))
+        const bool kept = !HelperProcess::keeperFolder().isEmpty(); // it knows where the service is
+        const QString binary =
+            kept ? QStringLiteral("veltrio-service") : qEnvironmentVariable("VELTRIO_SERVICE_BIN");
+        if (!kept && (binary.isEmpty() || !QFile::exists(binary)))
             return failed(QStringLiteral("veltrio-service not found (VELTRIO_SERVICE_BIN=\"%1\"); "
                                          "build the veltrio-service target")
                               .arg(binary));
         if (!m_dir.isValid())
             return failed(QStringLiteral("no temporary folder: ") + m_dir.errorString());
-        if (!QFile::exists(accountsFile()) && !copyDemoAccounts())
-            return false;
+        const QString demo =
+            qEnvironmentVariable("VELTRIO_SOURCE_DIR") + QStringLiteral("/demo/accounts.json");
+        if (!QFile::exists(accountsFile()) && !QFile::copy(demo, accountsFile()))
+            return failed(QStringLiteral("cannot copy %1 (is VELTRIO_SOURCE_DIR set?)").arg(demo));
         if (tls && !QFile::exists(caFile()) && !makeCertificates())
             return false;
 
         // Its files by name: it runs in their folder.
-        QStringList arguments{QStringLiteral("--accounts"), QStringLiteral("accounts.json"),
-                              QStringLiteral("--state"),    QStringLiteral("state.json"),
-                              QStringLiteral("--listen"),   QStringLiteral("127.0.0.1:0")};
+        QStringList arguments = QStringLiteral("--accounts accounts.json --state state.json "
+                                               "--listen 127.0.0.1:0")
+                                    .split(u' ');
         if (tls)
-            arguments << QStringLiteral("--tls-listen") << QStringLiteral("127.0.0.1:0")
-                      << QStringLiteral("--cert") << QStringLiteral("server.pem")
-                      << QStringLiteral("--key") << QStringLiteral("server.key");
+            arguments << QStringLiteral(
+                             "--tls-listen 127.0.0.1:0 --cert server.pem --key server.key")
+                             .split(u' ');
         if (!publicIp.isEmpty())
             arguments << QStringLiteral("--public-ip") << publicIp;
-
         if (!m_process.start(m_dir.path(), binary, arguments))
             return failed(
                 QStringLiteral("cannot start %1: %2").arg(binary, m_process.errorString()));
+
+        // It says "listening http 127.0.0.1:PORT", and so for https.
         const QDeadlineTimer deadline(15000);
         while ((m_httpPort == 0 || (tls && m_httpsPort == 0)) && !deadline.hasExpired()) {
             const std::optional<QByteArray> line = m_process.readLine(200);
-            if (!line) {
-                if (!m_process.running())
-                    break;
-                continue;
-            }
-            const QStringList words = QString::fromUtf8(*line).trimmed().split(u' ');
-            if (words.size() == 3 && words[0] == QLatin1String("listening")) {
-                const quint16 port = words[2].section(u':', -1).toUShort();
-                (words[1] == QLatin1String("https") ? m_httpsPort : m_httpPort) = port;
-            }
+            if (!line && !m_process.running())
+                break;
+            const QStringList words = QString::fromUtf8(line.value_or("")).trimmed().split(u' ');
+            if (words.size() == 3 && words[0] == QLatin1String("listening"))
+                (words[1] == QLatin1String("https") ? m_httpsPort : m_httpPort) =
+                    words[2].section(u':', -1).toUShort();
         }
         if (m_httpPort == 0 || (tls && m_httpsPort == 0)) {
             const QString said = QString::fromUtf8(m_process.readAllStandardError()).trimmed();
@@ -295,7 +267,6 @@ public:
     QString accountsFile() const { return m_dir.filePath(QStringLiteral("accounts.json")); }
     QString stateFile() const { return m_dir.filePath(QStringLiteral("state.json")); }
 
-    // The script's URL at the plain-HTTP or the HTTPS endpoint.
     QUrl scriptUrl(bool https = false) const
     {
         return https ? QUrl(QStringLiteral("https://127.0.0.1:%1/autoupdate/dnslogin3.asp")
@@ -303,15 +274,14 @@ public:
                      : QUrl(QStringLiteral("http://127.0.0.1:%1/dnslogin3.asp").arg(m_httpPort));
     }
 
-    // Makes the service report this address to every caller.
+    // The admin requests. The address reported to every caller:
     bool setPublicIp(const QString &address)
     {
         return admin(QStringLiteral("/admin/public-ip?address=") + address).has_value();
     }
 
-    // Makes the next protocol request get exactly this reply (and change
-    // nothing at the service).
-    // With match, the next request whose query holds it.
+    // Exactly this reply, changing nothing at the service, to the next
+    // protocol request (with match, the next whose query holds it).
     bool setNextReply(const QString &reply, const QString &match = QString())
     {
         return admin(QStringLiteral("/admin/next-reply?match=") +
@@ -320,19 +290,16 @@ public:
             .has_value();
     }
 
-    // Makes the service answer the next protocol request after ms
-    // milliseconds, or send its reply one byte every ms milliseconds.
-    // With match, the next request whose query holds it.
+    // The reply after ms milliseconds, or one byte every ms milliseconds, or
+    // stopped half-way with the connection closed.
     bool setNextDelay(int ms, const QString &match = QString())
     {
         return setNextFault(QStringLiteral("delay?ms=%1").arg(ms), match);
     }
     bool setNextTrickle(int ms) { return setNextFault(QStringLiteral("trickle?ms=%1").arg(ms)); }
-    // Makes the next reply stop half-way, the connection closed.
     bool setNextDrop() { return setNextFault(QStringLiteral("drop")); }
-    // Any fault of the service's admin requests ("close?acted=1",
-    // "status?code=503", "delay?ms=500&acted=1", ...) for the request after
-    // the first skip ones whose query holds match.
+    // Any fault the service knows ("close?acted=1", "status?code=503", ...)
+    // for the request after the first skip ones whose query holds match.
     bool setNextFault(const QString &fault, const QString &match = QString(), int skip = 0)
     {
         const QString separator = fault.contains(u'?') ? QStringLiteral("&") : QStringLiteral("?");
@@ -355,29 +322,18 @@ public:
     void clearRequests() { admin(QStringLiteral("/admin/requests?clear=1")); }
 
     // The state file as the service last wrote it; empty before any change.
-    QJsonObject stateJson() const
-    {
-        QFile file(stateFile());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QJsonDocument::fromJson(file.readAll()).object();
-    }
+    QJsonObject stateJson() const { return readJson(stateFile()); }
 
-    // The user's records as the service holds them (its state file, or the
-    // accounts file before the first change), each as
-    // "domain;;type;;name;;address".
+    // The user's records as the service holds them (the accounts file's
+    // before the first change), each as "domain;;type;;name;;address".
     QStringList stateRecords(const QString &user) const
     {
         QJsonArray list = stateJson()[QLatin1String("records")][user].toArray();
         if (!QFile::exists(stateFile())) {
-            QFile file(accountsFile());
-            if (file.open(QIODevice::ReadOnly)) {
-                const QJsonArray accounts =
-                    QJsonDocument::fromJson(file.readAll())[QLatin1String("accounts")].toArray();
-                for (const QJsonValue account : accounts) {
-                    if (account[QLatin1String("user")].toString() == user)
-                        list = account[QLatin1String("records")].toArray();
-                }
+            for (const QJsonValue account :
+                 readJson(accountsFile())[QLatin1String("accounts")].toArray()) {
+                if (account[QLatin1String("user")].toString() == user)
+                    list = account[QLatin1String("records")].toArray();
             }
         }
         QStringList records;
@@ -398,32 +354,27 @@ private:
         return false;
     }
 
-    bool copyDemoAccounts()
+    static QJsonObject readJson(const QString &path)
     {
-        const QString demo =
-            qEnvironmentVariable("VELTRIO_SOURCE_DIR") + QStringLiteral("/demo/accounts.json");
-        if (!QFile::copy(demo, accountsFile()))
-            return failed(QStringLiteral("cannot copy %1 (is VELTRIO_SOURCE_DIR set?)").arg(demo));
-        return true;
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
+                                              : QJsonObject();
     }
 
+    // A CA; a key and a request for 127.0.0.1; the CA's signature on it.
     bool makeCertificates()
     {
-        QFile ext(m_dir.filePath(QStringLiteral("san.ext")));
-        if (!ext.open(QIODevice::WriteOnly) || ext.write("subjectAltName=IP:127.0.0.1\n") < 0)
-            return failed(QStringLiteral("cannot write ") + ext.fileName());
-        ext.close();
-        // A CA, a key and request for 127.0.0.1, and the CA's signature on it.
-        const QString key =
-            QStringLiteral("-newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes");
+        const QString key = QStringLiteral("-newkey ec -pkeyopt ec_paramgen_curve:prime256v1 "
+                                           "-nodes");
         const QStringList steps = {
             QStringLiteral("req -x509 %1 -days 2 -subj /CN=Veltrio-Test-CA -keyout ca.key "
                            "-out ca.pem")
                 .arg(key),
-            QStringLiteral("req %1 -subj /CN=127.0.0.1 -keyout server.key -out server.csr")
+            QStringLiteral("req %1 -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 "
+                           "-keyout server.key -out server.csr")
                 .arg(key),
             QStringLiteral("x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial "
-                           "-days 2 -extfile san.ext -out server.pem"),
+                           "-days 2 -copy_extensions copy -out server.pem"),
         };
         for (const QString &step : steps) {
             HelperProcess openssl;
@@ -436,9 +387,8 @@ private:
         return true;
     }
 
-    // An admin request on the plain-HTTP listener; the reply body, or nullopt
-    // (and a warning) when it failed.
-    // With a body, the request is a POST of it.
+    // An admin request on the plain-HTTP listener, a POST of body when there
+    // is one; the reply's body, or nullopt (and a warning) when it failed.
     std::optional<QString> admin(const QString &pathAndQuery,
                                  const std::optional<QByteArray> &body = std::nullopt)
     {
@@ -459,8 +409,7 @@ private:
         return QString::fromUtf8(reply->readAll());
     }
 
-    // Below the keeper's folder when there is one: the keeper runs the
-    // service in it.
+    // Below the keeper's folder when there is one: the keeper runs it there.
     static QString folderTemplate()
     {
         const QString keeper = HelperProcess::keeperFolder();
