@@ -111,7 +111,9 @@ private slots:
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<int>("state");
+        QTest::newRow("empty") << QString() << int(QValidator::Acceptable);
         QTest::newRow("nine digits") << QStringLiteral("123456789") << int(QValidator::Acceptable);
+        QTest::newRow("a letter") << QStringLiteral("6o") << int(QValidator::Invalid);
         QTest::newRow("ten digits") << QStringLiteral("1234567890") << int(QValidator::Invalid);
         QTest::newRow("other digits")
             << QString::fromUtf8("\u0661\u0662") << int(QValidator::Invalid);
