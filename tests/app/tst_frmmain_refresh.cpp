@@ -57,7 +57,13 @@ private slots:
         QCOMPARE(w.lblTimesIPChanged->text(), changed);
         // Nobody has to click anything for it: no box, the tray tells.
         QCOMPARE(m_seams->messages.size(), 0);
-        QCOMPARE(w.lblLastRefresh->toolTip(), u"demo.dyn.veltrio.test set to 198.51.100.50"_s);
+        // Below it, the address history, newest first.
+        const QString entry = Seams::Now().toUTC().toString(Qt::ISODate) +
+                              u" 203.0.113.7 -> 198.51.100.50: demo.dyn.veltrio.test A ok"_s;
+        QCOMPARE(w.lblLastRefresh->toolTip(),
+                 u"demo.dyn.veltrio.test set to 198.51.100.50\n\nAddress history, newest "
+                 "first:\n"_s +
+                     entry);
 
         // The same address again: nothing to send, nothing counted.
         m_service->clearRequests();
