@@ -157,6 +157,9 @@ public:
     void Report(const OutcomeText &text) override;
     void RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
                             const RecordsFile *records) override;
+    // The last refresh's tool tip: what, then the newest entries of the
+    // address history.
+    void ShowRefreshTip(const QString &what);
     // Whether the service mode keeps the account's records up to date.
     bool ServiceModeRefreshes() const;
 
@@ -253,6 +256,10 @@ private:
     bool bExitPending = false;
     // What the last check of the automatic refresh told, line by line.
     QString sTrayText;
+    // The recent entries of the account's address history for the status
+    // panel's tool tip, and the file's state when they were read.
+    QString m_historyTip;
+    QString m_historyStamp;
     // Where no tray exists, the one box that says what the refresh did.
     QPointer<QMessageBox> refreshBox;
 

@@ -4,6 +4,7 @@
 #include "SettingsNames.h"
 #include "frmMain.h"
 
+#include "AddressHistory.h"
 #include "AdvancedPanel.h"
 #include "Foreground.h"
 #include "Icons.h"
@@ -23,6 +24,7 @@
 #include <QCursor>
 #include <QDateTime>
 #include <QEvent>
+#include <QFileInfo>
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
@@ -34,6 +36,8 @@
 namespace {
 
 const QString kTrayTip = QStringLiteral("Veltrio Dynamic DNS Services.");
+// How many entries of the address history the status panel's tool tip shows.
+constexpr qsizetype kHistoryShown = 5;
 
 Qt::WindowStates windowStateFromNumber(double value)
 {
@@ -95,6 +99,8 @@ QString frmMain::FreeAddress() const
 
 void frmMain::ShowResult(const CheckResult &result)
 {
+    // The check may have added to the address history.
+    ShowRefreshTip(sTrayText);
     clsUser &user = User();
     if (user.bVeltrioOnly) {
         user.sIPAddress = result.freeAddress;
@@ -127,7 +133,7 @@ void frmMain::Report(const OutcomeText &text)
     const bool problem = text.problem;
     lblLastRefresh->setText(summary);
     sTrayText = text.lines.join(QLatin1Char('\n'));
-    lblLastRefresh->setToolTip(sTrayText);
+    ShowRefreshTip(sTrayText);
     QSystemTrayIcon *icon = cSysTrayOn->isVisible() ? cSysTrayOn : cSysTrayOff;
     if (bTrayAvailable && icon->isVisible()) {
         icon->showMessage(QStringLiteral("Veltrio"), sTrayText,
@@ -155,7 +161,7 @@ void frmMain::RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
     QString tip = status.summary;
     if (!status.details.isEmpty())
         tip += QLatin1Char('\n') + status.details;
-    lblLastRefresh->setToolTip(tip.trimmed());
+    ShowRefreshTip(tip.trimmed());
     if (!status.checkTime.isEmpty())
         lblLastIPCheck->setText(status.checkTime);
     if (!status.address.isEmpty())
@@ -180,6 +186,28 @@ void frmMain::RefreshedElsewhere(bool byServiceMode, const StatusFile &status,
         m_recordsToShow = false;
         FillDomainUserGrid();
     }
+}
+
+void frmMain::ShowRefreshTip(const QString &what)
+{
+    // Read again only when the file changed: the panel follows every tick
+    // while another process refreshes.
+    const QFileInfo file(AddressHistory::FileOf(User().sUsername));
+    const QString stamp = file.filePath() + QLatin1Char('/') + QString::number(file.size()) +
+                          QLatin1Char('/') +
+                          QString::number(file.lastModified().toMSecsSinceEpoch());
+    if (stamp != m_historyStamp) {
+        m_historyStamp = stamp;
+        m_historyTip.clear();
+        const QList<HistoryEntry> entries = AddressHistory::Read(User().sUsername);
+        for (qsizetype i = entries.size() - 1; i >= 0 && i >= entries.size() - kHistoryShown; --i)
+            m_historyTip += QLatin1Char('\n') + entries[i].Text();
+    }
+    QString tip = what;
+    if (!m_historyTip.isEmpty())
+        tip += (tip.isEmpty() ? QString() : QStringLiteral("\n\n")) +
+               QStringLiteral("Address history, newest first:") + m_historyTip;
+    lblLastRefresh->setToolTip(tip);
 }
 
 bool frmMain::ServiceModeRefreshes() const

@@ -1,5 +1,6 @@
 #include "ServiceMode.h"
 
+#include "AddressHistory.h"
 #include "ConnectionChoices.h"
 #include "ExchangeQueue.h"
 #include "LoginExchange.h"
@@ -41,6 +42,8 @@ ServiceMode::ServiceMode(Mode mode, int everySeconds, QObject *parent)
     m_runDeadline.setSingleShot(true);
     connect(&m_runDeadline, &QTimer::timeout, this, &ServiceMode::runDeadlineReached);
     connect(&m_engine, &RefreshEngine::checkFinished, this, &ServiceMode::checkFinished);
+    connect(&m_engine, &RefreshEngine::noted, this,
+            [this](const QString &text) { line(account() + QStringLiteral(": ") + text); });
 }
 
 ServiceMode::~ServiceMode() = default;
@@ -383,10 +386,43 @@ void ServiceMode::checkFinished()
                  .arg(account(), ProgramWide::sServiceURL));
     else if (code == Done)
         line(QStringLiteral("%1: check done").arg(account()));
-    m_stopping = true;
     m_runDeadline.stop();
+    // The on-change command may end first, within its time limit; a
+    // SIGTERM meanwhile ends the run at once.
+    if (!m_engine.ChangeCommandIdle()) {
+        connect(
+            &m_engine, &RefreshEngine::changeCommandIdle, this, [this, code] { finishOnce(code); },
+            Qt::SingleShotConnection);
+        return;
+    }
+    finishOnce(code);
+}
+
+void ServiceMode::finishOnce(int code)
+{
+    if (std::exchange(m_stopping, true))
+        return;
     m_engine.Stop();
     emit finished(code);
+}
+
+int ServiceMode::PrintHistory()
+{
+    RegistryStore store;
+    store.SetKey(Settings::InitKey);
+    const QString user = store.ReadValue(Settings::Username).trimmed();
+    if (user.isEmpty()) {
+        std::fprintf(stderr, "No saved login in %s: log in once with veltrio-dns.\n",
+                     qPrintable(settingsName()));
+        return SettingsUnusable;
+    }
+    const QList<HistoryEntry> entries = AddressHistory::Read(user);
+    for (const HistoryEntry &entry : entries)
+        std::printf("%s\n", qPrintable(entry.Text()));
+    if (entries.isEmpty())
+        std::fprintf(stderr, "%s: no address history yet (%s)\n", qPrintable(user),
+                     qPrintable(AddressHistory::FileOf(user)));
+    return Done;
 }
 
 void ServiceMode::Stop()

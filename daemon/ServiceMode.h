@@ -36,6 +36,17 @@ public:
     explicit ServiceMode(Mode mode, int everySeconds = 0, QObject *parent = nullptr);
     ~ServiceMode() override;
 
+    // The on-change command instead of the account's setting (--on-change).
+    void SetOnChangeCommand(const std::optional<QString> &commandLine)
+    {
+        m_engine.SetOnChangeCommand(commandLine);
+    }
+
+    // --history: prints the address history of the saved login's account
+    // (the settings' [Init] Username) to standard output, one entry a line,
+    // oldest first; the exit code.
+    static int PrintHistory();
+
     // Logs in and starts. The exit code when the work is over already (a
     // failed login, --check); nothing when it goes on in the event loop,
     // which finished() then ends.
@@ -74,6 +85,8 @@ private:
     void loadSettings();
     void printAutomaticRecords();
     void checkFinished();
+    // --once: the run's exit code, once no on-change command runs.
+    void finishOnce(int code);
     // One line on standard error.
     void line(const QString &text) const;
     QString withoutPassword(QString text) const;

@@ -25,10 +25,14 @@ int main(int argc, char *argv[])
         return ServiceMode::SettingsUnusable;
     }
 
+    if (options.history)
+        return ServiceMode::PrintHistory();
+
     const ServiceMode::Mode mode = options.once    ? ServiceMode::Mode::Once
                                    : options.check ? ServiceMode::Mode::Check
                                                    : ServiceMode::Mode::Run;
     ServiceMode service(mode, options.everySeconds);
+    service.SetOnChangeCommand(options.onChange);
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::stopRequested, &service, &ServiceMode::Stop);
     QObject::connect(&watcher, &SignalWatcher::reloadRequested, &service, &ServiceMode::Reload);

@@ -1,11 +1,13 @@
 #include "RefreshEngine.h"
 
 #include "AccountLocks.h"
+#include "AddressHistory.h"
 #include "DateRules.h"
 #include "Foreground.h"
 #include "RegistryStore.h"
 #include "RuntimeError.h"
 #include "Seams.h"
+#include "SettingsNames.h"
 #include "basErr.h"
 #include "clsUser.h"
 
@@ -16,6 +18,7 @@ namespace {
 
 const QString kLogLabel = QStringLiteral("frmMain.UpdateDomainAutoIPs()");
 const QString kRecordsLabel = QStringLiteral("DomainUserRecords:");
+const QString kOnChangeLabel = QStringLiteral("RefreshEngine.OnChange()");
 
 // The same text, answered without reading it when it is the very same string.
 bool same(const QString &a, const QString &b)
@@ -33,6 +36,8 @@ struct RefreshEngine::Check
     bool free = false;
     bool autoIP = false;
     QString ip;
+    // The public address before it, as far as known.
+    QString before;
     // The record list the check went by, and whether it came with the
     // address reply (else it is the host's, older).
     QString records;
@@ -48,7 +53,19 @@ struct RefreshEngine::Check
     RefreshOutcome outcome;
 };
 
-RefreshEngine::RefreshEngine(RefreshPort &port, QObject *parent) : QObject(parent), m_port(port) {}
+RefreshEngine::RefreshEngine(RefreshPort &port, QObject *parent) : QObject(parent), m_port(port)
+{
+    connect(&m_changeCommand, &ChangeCommand::ended, this,
+            [this](int exitCode, const QString &text) {
+                // Its exit code goes where an error's number goes.
+                IgnoringErrors([&] {
+                    basErr::LogError(basErr::LogFolder(), QString::number(exitCode), kOnChangeLabel,
+                                     ProgramErrorSource(), text);
+                });
+                emit noted(text);
+            });
+    connect(&m_changeCommand, &ChangeCommand::idle, this, &RefreshEngine::changeCommandIdle);
+}
 
 void RefreshEngine::Start()
 {
@@ -307,6 +324,7 @@ void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
                                         ip, c.state.replaces);
     }
     c.state.replaces += replaces;
+    c.before = addressBefore(c);
     // Without a fresh list, what the journal owes waits for one.
     const QList<ReplacePlan::Request> requests =
         listed ? ReplacePlan::Requests(c.state.replaces, &*listed)
@@ -334,6 +352,9 @@ void RefreshEngine::addressKnown(const std::shared_ptr<Check> &check,
     }
     if (requests.isEmpty()) {
         noteOwed(c, listed ? &*listed : nullptr);
+        // Held back, the records follow at a later check, which says so.
+        if (!onHold)
+            recordChange(c, true);
         show(check);
         return;
     }
@@ -401,6 +422,7 @@ void RefreshEngine::settle(const std::shared_ptr<Check> &check)
             command.ok = true;
     }
     noteOwed(c, listed ? &*listed : nullptr);
+    recordChange(c, check->generation == m_generation);
     if (c.latest) {
         c.records = *c.latest;
         c.recordsSerial = c.latestSerial;
@@ -408,6 +430,47 @@ void RefreshEngine::settle(const std::shared_ptr<Check> &check)
     }
     if (check->generation == m_generation)
         whenIdle([this, check] { show(check); });
+}
+
+QString RefreshEngine::addressBefore(const Check &check)
+{
+    const QList<HistoryEntry> history = AddressHistory::Read(check.account);
+    if (!history.isEmpty())
+        return history.last().newAddress;
+    if (check.free)
+        return check.state.freeAddress;
+    for (const Replace &replace : check.state.replaces) {
+        if (replace.HasOld() && basDNS::IsValidIPAddress(replace.old.address))
+            return replace.old.address;
+    }
+    return QString();
+}
+
+void RefreshEngine::recordChange(const Check &check, bool running)
+{
+    const bool sent = !check.outcome.commands.isEmpty();
+    if (check.ip == check.before && !sent)
+        return;
+    const QStringList records = RecordResults(check.outcome);
+    try {
+        AddressHistory::Add(check.account, {Seams::Now().toUTC().toString(Qt::ISODate),
+                                            check.before, check.ip, records});
+    } catch (const std::exception &e) {
+        const RuntimeError error = RuntimeError::From(e);
+        basErr::LogOnly(kLogLabel, error);
+        emit noted(QStringLiteral("The address history could not be written: ") +
+                   error.description());
+    }
+    if (!sent || !running)
+        return;
+    QString commandLine = m_onChange.value_or(QString());
+    if (!m_onChange) {
+        RegistryStore store;
+        store.SetKey(Settings::AccountKey(check.account));
+        commandLine = store.ReadValue(Settings::OnChange);
+    }
+    if (!commandLine.trimmed().isEmpty())
+        m_changeCommand.Run(commandLine, {check.account, check.before, check.ip, records});
 }
 
 void RefreshEngine::noteOwed(Check &check, const ReplacePlan::Listed *listed)

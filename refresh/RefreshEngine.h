@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ChangeCommand.h"
 #include "DueCounter.h"
 #include "RefreshPort.h"
 #include "ReplaceJournal.h"
@@ -33,6 +34,11 @@
 // login window) or while another check runs is deferred, not dropped: it
 // runs once that has ended. What a check shows goes to the port as values,
 // and only while the user is not at work either.
+//
+// A check that saw a new public address, or sent record commands, adds an
+// entry to the account's address history (AddressHistory); one that sent
+// record commands then starts the user's on-change command (ChangeCommand),
+// which nothing waits for.
 class AccountLocks;
 
 class RefreshEngine : public QObject
@@ -77,9 +83,21 @@ public:
     // start points it again. The journal stays as it is.
     void FreeRecordSet(const QString &address);
 
+    // The on-change command instead of the account's "OnChange" setting
+    // (veltrio-dnsd's --on-change; empty: none); nullopt: the setting.
+    void SetOnChangeCommand(const std::optional<QString> &commandLine) { m_onChange = commandLine; }
+    // No on-change command runs or waits.
+    bool ChangeCommandIdle() const { return m_changeCommand.Idle(); }
+
 signals:
     // A check has ended (also one that found nothing to do).
     void checkFinished();
+    // What followed a check, in one line, written to the daily log already:
+    // how the on-change command ended, or a history that could not be
+    // written.
+    void noted(const QString &line);
+    // The last on-change command has ended and none waits.
+    void changeCommandIdle();
 
 private:
     struct Check;
@@ -92,6 +110,12 @@ private:
     // The replies are in: the journal and the marks as the newest list has
     // them, in one write, whether or not the engine still runs.
     void settle(const std::shared_ptr<Check> &check);
+    // The public address before the check: the history's newest, else where
+    // the records it replaces pointed.
+    static QString addressBefore(const Check &check);
+    // The check's history entry and on-change command, when it has them;
+    // the command only while the engine runs.
+    void recordChange(const Check &check, bool running);
     // What the journal still owes after the check, for its outcome.
     static void noteOwed(Check &check, const ReplacePlan::Listed *listed);
     // What the check leaves, to the port; then the check ends.
@@ -108,6 +132,8 @@ private:
 
     RefreshPort &m_port;
     AccountLocks *m_locks = nullptr;
+    ChangeCommand m_changeCommand;
+    std::optional<QString> m_onChange;
     // What this process did last, for the others on the account.
     StatusFile m_status;
     RecordsFile m_written;

@@ -66,3 +66,24 @@ OutcomeText Describe(const RefreshOutcome &outcome)
         !text.failures.isEmpty() || !pending.isEmpty() || !outcome.rejectedAddress.isNull();
     return text;
 }
+
+QStringList RecordResults(const RefreshOutcome &outcome)
+{
+    QStringList names;
+    QStringList results;
+    for (const RefreshCommand &command : outcome.commands) {
+        const QString name = RefreshRules::RecordName(command.host, command.domain) +
+                             QLatin1Char(' ') + command.recordType;
+        qsizetype at = names.indexOf(name);
+        if (at < 0) {
+            at = names.size();
+            names.append(name);
+            results.append(QStringLiteral("ok"));
+        }
+        if (!command.ok && results[at] == QLatin1String("ok"))
+            results[at] = QStringLiteral("failed: ") + command.error.simplified();
+    }
+    for (qsizetype i = 0; i < names.size(); ++i)
+        names[i] += QLatin1Char(' ') + results[i];
+    return names;
+}

@@ -43,3 +43,8 @@ struct OutcomeText
     bool problem = false;
 };
 OutcomeText Describe(const RefreshOutcome &outcome);
+
+// One line per record the check sent commands for, in the order it first
+// sent one: "mail.acme.test A ok", or "mail.acme.test A failed: " and the
+// first failure's text. A replace's delete and add make one record.
+QStringList RecordResults(const RefreshOutcome &outcome);

@@ -57,8 +57,17 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
         QStringLiteral("Check every SECONDS (5 to 86400) instead of at the account's refresh "
                        "rate."),
         QStringLiteral("SECONDS"));
+    const QCommandLineOption onChange(
+        QStringLiteral("on-change"),
+        QStringLiteral("Run CMD (a program and its arguments, never through a shell) after each "
+                       "check that changed records, instead of the account's OnChange "
+                       "setting."),
+        QStringLiteral("CMD"));
+    const QCommandLineOption history(
+        QStringLiteral("history"),
+        QStringLiteral("Print the saved login's address history, oldest first, and exit."));
     if (serviceMode)
-        parser.addOptions({once, check, every});
+        parser.addOptions({once, check, every, onChange, history});
 
     ProgramOptions options;
     const bool parsed = parser.parse(arguments);
@@ -93,9 +102,9 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
             QStringLiteral("Cannot read the configuration file ") + options.configFile;
         return options;
     }
-    if (serviceMode && parser.isSet(once) && parser.isSet(check)) {
+    if (serviceMode && parser.isSet(once) + parser.isSet(check) + parser.isSet(history) > 1) {
         options.action = Action::Fail;
-        options.message = QStringLiteral("--once and --check cannot be used together");
+        options.message = QStringLiteral("--once, --check and --history cannot be used together");
         return options;
     }
     if (serviceMode && parser.isSet(every)) {
@@ -110,6 +119,9 @@ ProgramOptions ProgramOptions::Parse(const QStringList &arguments, Program progr
     }
     options.once = serviceMode && parser.isSet(once);
     options.check = serviceMode && parser.isSet(check);
+    options.history = serviceMode && parser.isSet(history);
+    if (serviceMode && parser.isSet(onChange))
+        options.onChange = parser.value(onChange);
     options.settingsFile = parser.value(settings);
     options.logDir = parser.value(logDir);
     return options;

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 // The command line of veltrio-dns and of its service mode veltrio-dnsd:
 //   --config FILE    service hosts (default: veltrio.conf beside the program,
@@ -14,6 +15,9 @@
 //   --once           one check, then exit
 //   --check          log in, print the automatic records, change nothing
 //   --every SECONDS  check every SECONDS instead of at the refresh rate
+//   --on-change CMD  the command after a check that changed records,
+//                    instead of the account's "OnChange" setting
+//   --history        print the saved login's address history and exit
 struct ProgramOptions
 {
     enum class Action { Run, ShowHelp, ShowVersion, Fail };
@@ -25,7 +29,9 @@ struct ProgramOptions
     QString logDir;
     bool once = false;
     bool check = false;
-    int everySeconds = 0; // 0: the account's refresh rate
+    int everySeconds = 0;            // 0: the account's refresh rate
+    std::optional<QString> onChange; // nullopt: the account's setting
+    bool history = false;
     // The help text (ShowHelp), the version line (ShowVersion) or what was
     // wrong (Fail).
     QString message;

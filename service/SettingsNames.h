@@ -48,6 +48,8 @@ inline constexpr Value AutoIPs{QLatin1String("AutoIPs"), RegistryStore::Text};
 inline constexpr Value AutoIpsWritten{QLatin1String("AutoIps"), RegistryStore::Text};
 inline constexpr Value IPAddress{QLatin1String("IPAddress"), RegistryStore::Text};
 inline constexpr Value Replaces{QLatin1String("Replaces"), RegistryStore::Text};
+// The command run after a check that changed records (see ChangeCommand).
+inline constexpr Value OnChange{QLatin1String("OnChange"), RegistryStore::Text};
 // What an earlier version kept owed; read once, then emptied.
 inline constexpr Value PendingAdds{QLatin1String("PendingAdds"), RegistryStore::Text};
 

@@ -40,6 +40,13 @@ private slots:
         QVERIFY(boxes[0]->isVisible() && boxes[0]->windowModality() == Qt::NonModal);
         QCOMPARE(boxes[0]->text(), u"demo.dyn.veltrio.test set to 198.51.100.51"_s);
         QCOMPARE(w.lblLastRefresh->text(), u"Updated 1 record"_s);
+        // Below the outcome, the address history, newest first.
+        const QString at = Seams::Now().toUTC().toString(Qt::ISODate);
+        QCOMPARE(
+            w.lblLastRefresh->toolTip(),
+            u"demo.dyn.veltrio.test set to 198.51.100.51\n\nAddress history, newest first:\n"_s +
+                at + u" 198.51.100.50 -> 198.51.100.51: demo.dyn.veltrio.test A ok\n"_s + at +
+                u" 203.0.113.7 -> 198.51.100.50: demo.dyn.veltrio.test A ok"_s);
         // The same address again: nothing to send, nothing counted.
         m_service->clearRequests();
         QVERIFY(check(w));

@@ -3,6 +3,8 @@
 // window and the service mode on one account.
 #include "ServiceModeTest.h"
 
+#include "AddressHistory.h"
+
 #include <QDir>
 #include <QProcess>
 #include <QTest>
@@ -327,6 +329,173 @@ private slots:
         QVERIFY(check(w));
         QCOMPARE(sent("FXN=GetIPAddress").size(), 4);
         QVERIFY(stateNames(QStringLiteral("acme")).contains(kMailOld));
+    }
+
+    // The on-change command runs once after a check that changed records,
+    // with the account, both addresses and every record's outcome in its
+    // environment and, where its words ask for them, its arguments; never
+    // through a shell, whatever a host name holds. A check that changes
+    // nothing runs nothing.
+    void onChange_runsOnceForACheckThatChangedRecords_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("given"); // the setting, the option, or both
+        QTest::addColumn<QString>("setUp");
+        QTest::addColumn<QString>("records");
+        const QString acme = u"mail.acme.test A ok\nshop.acme-shop.test PORT RELAY ok\n"
+                             "acme-shop.test A ok"_s;
+        QTest::newRow("own domains, the setting") << "acme"
+                                                  << "setting"
+                                                  << "" << acme;
+        QTest::newRow("free sub-domain, the option over the setting")
+            << "demo"
+            << "both"
+            << ""
+            << "demo.dyn.veltrio.test A ok";
+        QTest::newRow("add refused")
+            << "acme"
+            << "option"
+            << "refuse add"
+            << QString(acme).replace(u"mail.acme.test A ok"_s, u"mail.acme.test A failed: Busy"_s);
+        QTest::newRow("shell characters in a host name")
+            << "acme"
+            << "option"
+            << "odd host" << acme + u"\n$(touch PWNED).acme.test A ok"_s;
+    }
+    void onChange_runsOnceForACheckThatChangedRecords()
+    {
+#ifdef Q_OS_WIN
+        QSKIP("the command of the test is a shell script");
+#endif
+        QFETCH(QString, user);
+        QFETCH(QString, given);
+        QFETCH(QString, setUp);
+        QFETCH(QString, records);
+        saveLogin(user);
+        markAutomatic();
+        if (setUp == "odd host"_L1) {
+            const QString host = u"$(touch PWNED)"_s;
+            QVERIFY(m_service->addRecord(user, u"acme.test"_s, host, u"192.0.2.9"_s));
+            writeValues(userKey(user), {{"AutoIPs", kAcmeAuto + u"ACME.TEST;;A;;"_s +
+                                                        host.toUpper() + u";;192.0.2.9~~"_s}});
+        }
+        const QString hook = writeHook(
+            "hook", "out=\"$0.out\"\n"
+                    "printf '%s|%s|%s|%s\\n' \"$VELTRIO_ACCOUNT\" \"$VELTRIO_OLD_ADDRESS\" "
+                    "\"$VELTRIO_NEW_ADDRESS\" \"$#\" >> \"$out\"\n"
+                    "printf '%s\\n%s\\n' \"$VELTRIO_RECORDS\" \"$1\" >> \"$out\"\n"
+                    "echo \"hook saw $VELTRIO_NEW_ADDRESS\"");
+        const QString command = hook + u" {records}"_s;
+        const QString setting = given == "setting"_L1 ? command
+                                : given == "both"_L1  ? u"/bin/false"_s
+                                                      : QString();
+        writeValues(userKey(user), {{"OnChange", setting}});
+        QStringList options{u"--once"_s};
+        if (given != "setting"_L1)
+            options << u"--on-change"_s << command;
+        // A first run brings the records to the old address.
+        QCOMPARE(runDnsd(options).exitCode, 0);
+        QFile::remove(hook + u".out"_s);
+
+        QVERIFY(m_service->setPublicIp(kNew));
+        if (setUp == "refuse add"_L1)
+            QVERIFY(m_service->setNextReply(u"Error: Busy</p>"_s, u"RECORDADD&RecordType=A"_s));
+        const DnsdRun::Result run = runDnsd(options);
+        QCOMPARE(run.exitCode, setUp == "refuse add"_L1 ? 1 : 0);
+        const QString ran = QStringList{user, kOld, kNew, u"1"_s}.join(u'|') + u'\n' + records +
+                            u'\n' + records + u'\n';
+        QCOMPARE(QString::fromUtf8(contentsOf(hook + u".out"_s)), ran);
+        const QString ended =
+            u"the on-change command %1 exited with 0: hook saw %2"_s.arg(hook, kNew);
+        QVERIFY2(run.output.contains(ended), qPrintable(run.output));
+        QVERIFY2(dailyLogs().contains(ended), qPrintable(dailyLogs()));
+        QVERIFY(!QFile::exists(u"PWNED"_s));
+        if (setUp == "refuse add"_L1)
+            return;
+        QCOMPARE(runDnsd(options).exitCode, 0);
+        QCOMPARE(QString::fromUtf8(contentsOf(hook + u".out"_s)), ran);
+    }
+
+    // A command that hangs holds neither the refresh nor the next check: it
+    // is ended at its time limit with whatever it started, then the change
+    // that came meanwhile has its run.
+    void onChange_hangingCommand_endedAtItsLimit()
+    {
+#ifdef Q_OS_WIN
+        QSKIP("the command of the test is a shell script");
+#endif
+        saveLogin(u"acme"_s);
+        markAutomatic();
+        const QString hook = writeHook("hang", "echo \"hook for $VELTRIO_NEW_ADDRESS\"\n"
+                                               "sleep 120 &\n"
+                                               "echo $! >> \"$0.pids\"\n"
+                                               "wait");
+        const QString pids = hook + u".pids"_s;
+        QVERIFY(m_service->setPublicIp(kNew));
+        qputenv("VELTRIO_ON_CHANGE_LIMIT_MS", "15000");
+        QProcess run;
+        startDnsd(run, {u"--every"_s, u"5"_s, u"--on-change"_s, hook});
+        qunsetenv("VELTRIO_ON_CHANGE_LIMIT_MS");
+        QString output;
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(pids); }, 20000));
+        QVERIFY(m_service->setPublicIp(kThird));
+        QVERIFY2(waitForOutput(run, output, u"mail.acme.test set to 198.51.100.70"_s),
+                 qPrintable(output));
+        QVERIFY2(!output.contains(u"was ended"_s), qPrintable(output));
+        const QString ended = u"the on-change command %1 did not end within 15 s and was ended: "
+                              "hook for 198.51.100.50"_s.arg(hook);
+        QVERIFY2(waitForOutput(run, output, ended), qPrintable(output));
+        QVERIFY(QTest::qWaitFor([&] { return contentsOf(pids).count('\n') == 2; }, 10000));
+        QVERIFY(askToEnd(run));
+        QVERIFY(run.waitForFinished(10000));
+        QCOMPARE(run.exitCode(), 0);
+        QVERIFY(dailyLogs().contains(ended));
+        // Nothing the commands started outlives them.
+        const auto gone = [](const QByteArray &pid) {
+            const QByteArray stat = contentsOf("/proc/"_L1 + QLatin1String(pid) + "/stat"_L1);
+            return stat.isEmpty() || stat.contains(") Z ");
+        };
+        for (const QByteArray &pid : contentsOf(pids).trimmed().split('\n'))
+            QTRY_VERIFY2(gone(pid), pid.constData());
+    }
+
+    // The history keeps its newest 500 entries; a kill -9 half-way through
+    // its write leaves the file as it was; --history prints what it reads.
+    void history_survivesAKillInItsWrite_keepsTheNewest500()
+    {
+        saveLogin(u"acme"_s);
+        markAutomatic();
+        QFile file(AddressHistory::FileOf(u"acme"_s));
+        QByteArray kept;
+        for (int i = 0; i < 500; ++i) {
+            const QString address = i == 499 ? kOld : u"192.0.2.%1"_s.arg(i % 250);
+            kept += u"{\"time\":\"entry %1\",\"new\":\"%2\"}\n"_s.arg(i).arg(address).toUtf8();
+        }
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(kept) == kept.size());
+        file.close();
+        QVERIFY(m_service->setPublicIp(kNew));
+        const QString hold = m_dir->filePath(u"hold"_s);
+        qputenv("VELTRIO_HISTORY_WRITE_HOLD", QFile::encodeName(hold));
+        QProcess killed;
+        startDnsd(killed, {u"--once"_s});
+        qunsetenv("VELTRIO_HISTORY_WRITE_HOLD");
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(hold); }, 20000));
+        DnsdRun::kill(killed);
+        QVERIFY(killed.waitForFinished(10000));
+        QCOMPARE(contentsOf(file.fileName()), kept);
+
+        QVERIFY(m_service->setPublicIp(kThird));
+        QCOMPARE(runDnsd({u"--once"_s}).exitCode, 0);
+        QVERIFY(file.open(QIODevice::Append) && file.write("{\"time\":\"half") > 0);
+        file.close();
+        const DnsdRun::Result printed = runDnsd({u"--history"_s});
+        QCOMPARE(printed.exitCode, 0);
+        const QStringList lines = printed.output.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 500);
+        QCOMPARE(lines.first(), u"entry 1 (none) -> 192.0.2.1: nothing replaced"_s);
+        QVERIFY2(lines.last().endsWith(u"Z 203.0.113.7 -> 198.51.100.70: mail.acme.test A ok, "
+                                       "acme-shop.test A ok, shop.acme-shop.test PORT RELAY ok"_s),
+                 qPrintable(lines.last()));
     }
 
     void check_printsTheAutomaticRecordsAndChangesNothing()

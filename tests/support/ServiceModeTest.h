@@ -93,6 +93,23 @@ protected:
         QCOMPARE(owed(user), QString());
     }
 
+    // An executable shell script in the test's folder, for the on-change
+    // command.
+    QString writeHook(const char *name, const QByteArray &body) const
+    {
+        QFile file(m_dir->filePath(QLatin1String(name)));
+        if (!file.open(QIODevice::WriteOnly) || file.write("#!/bin/sh\n" + body + '\n') < 0)
+            return QString();
+        file.close();
+        file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+        return file.fileName();
+    }
+    static QByteArray contentsOf(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
     // No record command reached the service twice in the run just made.
     void verifySentOnce(const QString &output)
     {

@@ -309,6 +309,18 @@ public:
             .has_value();
     }
 
+    // Adds an A record as a client's command does, whatever its name holds.
+    bool addRecord(const QString &user, const QString &domain, const QString &name,
+                   const QString &address)
+    {
+        const QString query =
+            QStringLiteral("/dnslogin3.asp?FXN=DNSTickler&Usr=%1&Pwd=%1&Cname=%2"
+                           "&Domain=%3&DNSCommand=RECORDADD&RecordType=A"
+                           "&IPAddress=%4")
+                .arg(user, QString::fromLatin1(QUrl::toPercentEncoding(name)), domain, address);
+        return admin(query).value_or(QString()).startsWith(QLatin1String("SUCCESS"));
+    }
+
     // Drops the fault still waiting.
     bool clearFault() { return admin(QStringLiteral("/admin/no-fault")).has_value(); }
 
