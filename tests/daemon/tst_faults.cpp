@@ -1,15 +1,7 @@
-// Seeded faults at random moments: an address change through the real
-// veltrio-dnsd --once against veltrio-service, with one request broken at
-// random (the connection closed before or after the service acted, a reply
-// cut, an error status, a refusal, a success without the record list, a
-// reply past the deadline) or the program killed (SIGKILL, SIGTERM) while a
-// request is under way or at a random moment. Then runs with nothing broken
-// and a second change. Afterwards every record is there once, the automatic
-// ones at the new address and marked, and nothing is owed.
-//
-// VELTRIO_FAULT_SEEDS runs that many seeds (24 by default) from
-// VELTRIO_FAULT_FIRST_SEED (1); a failing row is named by its seed, and
-// scripts/faults runs any number of them.
+// An address change through the real veltrio-dnsd --once with a seeded
+// fault at a seeded request, then clean runs and a second change: nothing
+// may be lost, twice, or owed. VELTRIO_FAULT_SEEDS runs that many seeds (24)
+// from VELTRIO_FAULT_FIRST_SEED (1); scripts/faults runs any number.
 #include "ServiceModeTest.h"
 
 #include <QRandomGenerator>
@@ -34,17 +26,16 @@ class tst_Faults : public ServiceModeTest
         if (kind == u"kill at random"_s) {
             QVERIFY(m_dnsd->start(run, {u"--once"_s}));
             QTest::qWait(static_cast<int>(rng.bounded(80)));
-            DnsdRun::kill(run);
+            run.kill();
         } else if (kind.startsWith(u"kill"_s) || kind.startsWith(u"term"_s)) {
-            // The request after skip others hangs at the service, carried out
-            // already or not; the program is ended while it waits.
+            // Ended while the request hangs at the service, acted on or not.
             const bool acted = kind.endsWith(u"after acting"_s);
             QVERIFY(m_service->setNextFault(u"delay?ms=4000&acted=%1"_s.arg(acted ? 1 : 0),
                                             QString(), skip));
             QVERIFY(m_dnsd->start(run, {u"--once"_s}));
             QVERIFY(QTest::qWaitFor([&] { return m_service->requests().size() > skip; }, 10000));
             if (!kind.startsWith(u"term"_s))
-                DnsdRun::kill(run);
+                run.kill();
             else if (run.state() == QProcess::Running && !DnsdRun::askToEnd(run))
                 QSKIP(DnsdRun::kNoCtrlBreak);
         } else {
@@ -108,7 +99,7 @@ private slots:
 
         saveLogin(user);
         markAutomatic();
-        QCOMPARE(m_dnsd->run({u"--once"_s}).exitCode, 0);
+        QCOMPARE(runOnce().exitCode, 0);
         verifyAt(user, kOld);
 
         QVERIFY(m_service->setPublicIp(first));
@@ -118,7 +109,7 @@ private slots:
         verifySentOnce(said);
         for (int run = 0; run < 3; ++run) {
             m_service->clearRequests();
-            const DnsdRun::Result clean = m_dnsd->run({u"--once"_s});
+            const DnsdRun::Result clean = runOnce();
             verifySentOnce(said + clean.output);
             said += clean.output;
             if (clean.exitCode == 0)
@@ -127,7 +118,7 @@ private slots:
         verifyAt(user, first);
 
         QVERIFY(m_service->setPublicIp(second));
-        const DnsdRun::Result last = m_dnsd->run({u"--once"_s});
+        const DnsdRun::Result last = runOnce();
         QVERIFY2(last.exitCode == 0, qPrintable(said + last.output));
         verifyAt(user, second);
     }

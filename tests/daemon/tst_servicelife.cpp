@@ -1,7 +1,6 @@
 // veltrio-dnsd run as a service is run: stopped while the service hangs,
-// run once against a silent service, left running while the service goes
-// away and comes back, on settings it cannot write, reloaded while an editor
-// has the settings file empty, and checking as soon as it has logged in.
+// left running while the service goes away and comes back, on settings it
+// cannot write, checking as soon as it has logged in, and reloaded.
 #include "ServiceModeTest.h"
 
 #include "StatusFiles.h"
@@ -23,25 +22,8 @@ class tst_ServiceLife : public ServiceModeTest
     static void stop(QProcess &process)
     {
         if (!DnsdRun::askToEnd(process))
-            DnsdRun::kill(process);
-    }
-
-    // Reads what the running program printed until it holds part.
-    static bool said(QProcess &process, QString &output, const QString &part, int ms = 20000)
-    {
-        return QTest::qWaitFor(
-            [&] {
-                output += QString::fromLocal8Bit(process.readAll());
-                return output.contains(part);
-            },
-            ms);
-    }
-
-    // Every record command hangs at the service, the address has moved.
-    void hangCommands()
-    {
-        QVERIFY(m_service->setPublicIp(kNew));
-        QVERIFY(m_service->setNextFault(u"delay?ms=120000&times=0"_s, u"DNSCommand="_s));
+            process.kill();
+        QVERIFY(process.waitForFinished(10000));
     }
 
 private slots:
@@ -54,46 +36,27 @@ private slots:
     }
     void cleanup() { tearDown(); }
 
-    // SIGTERM while record commands hang: it ends within 10 s, and the
-    // replaces that did not go out stay owed.
+    // What did not go out stays owed.
     void stop_whileCommandsHang_endsWithinTenSeconds()
     {
-        hangCommands();
+        QVERIFY(m_service->setPublicIp(kNew));
+        QVERIFY(m_service->setNextFault(u"delay?ms=120000&times=0"_s, u"DNSCommand="_s));
         QProcess run;
         QVERIFY(m_dnsd->start(run, {}));
         QVERIFY(QTest::qWaitFor([&] { return !sent("DNSCommand=").isEmpty(); }, 20000));
         QElapsedTimer stopping;
         stopping.start();
         if (!DnsdRun::askToEnd(run)) {
-            DnsdRun::kill(run);
+            run.kill();
             QSKIP(DnsdRun::kNoCtrlBreak);
         }
         QVERIFY2(run.waitForFinished(10000), "still running 10 s after SIGTERM");
         QVERIFY(stopping.elapsed() < 10000);
         QCOMPARE(run.exitCode(), 0);
-        QVERIFY(owed(u"acme"_s).contains(u"198.51.100.50"_s));
+        QVERIFY(owed(u"acme"_s).contains(kNew));
     }
 
-    // --once against a service that takes record commands and never
-    // answers: one deadline for the run (1.5 exchanges' time), whatever the
-    // number of records; what it could not send stays owed.
-    void once_silentService_endsWithinItsDeadline()
-    {
-        m_dnsd.emplace(m_dir->path(), 4); // the run's deadline: 6 s
-        hangCommands();
-        QElapsedTimer running;
-        running.start();
-        const DnsdRun::Result run = m_dnsd->run({u"--once"_s});
-        QVERIFY2(running.elapsed() < 15000, qPrintable(run.output));
-        QCOMPARE(run.exitCode, 3);
-        QVERIFY2(run.output.contains(u"acme: the run did not end within 6 s"_s),
-                 qPrintable(run.output));
-        QVERIFY(m_dnsd->dailyLogs().contains(u"did not end within"_s));
-        QVERIFY(!owed(u"acme"_s).isEmpty());
-    }
-
-    // The service stops answering: one line (and the log, and the status
-    // file) when it starts failing, one when it answers again; none between.
+    // Said (line, log, status file) when it starts failing and when it ends.
     void unreachableService_saidOnceEachWay()
     {
         QProcess run;
@@ -112,19 +75,16 @@ private slots:
         QCOMPARE(output.count(u"does not answer"_s), 1);
         QCOMPARE(m_dnsd->dailyLogs().count(u"does not answer"_s), 1);
         stop(run);
-        QVERIFY(run.waitForFinished(10000));
     }
 
-    // Settings it can read but not write: no record is replaced, and the
-    // line says why, with the file.
+    // Settings it cannot write: nothing is replaced, and the line says why.
     void readOnlySettings_sayWhy()
     {
 #ifdef Q_OS_WIN
         QSKIP("a read-only settings folder is made with a Unix mount namespace or mode here");
 #else
         QVERIFY(m_service->setPublicIp(kNew));
-        // The settings alone in a folder that becomes read-only; the logs
-        // elsewhere.
+        // The settings alone in a folder that becomes read-only.
         const QString folder = m_dir->filePath(u"settings"_s);
         QVERIFY(QDir().mkpath(folder));
         RegistryStore::SetFile(folder + u"/settings.ini"_s);
@@ -132,8 +92,7 @@ private slots:
         saveLogin(u"acme"_s);
         markAutomatic();
         if (::geteuid() == 0) {
-            // Root writes anywhere: the folder is read-only in a mount
-            // namespace of the run's own.
+            // Root writes anywhere but in a read-only mount of its own.
             m_dnsd->setWrapper({u"unshare"_s, u"--map-root-user"_s, u"--mount"_s, u"sh"_s, u"-c"_s,
                                 u"mount --bind \"$0\" \"$0\" && mount -o remount,bind,ro \"$0\" && "
                                 "exec \"$@\""_s,
@@ -141,7 +100,7 @@ private slots:
         } else {
             QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
         }
-        const DnsdRun::Result result = m_dnsd->run({u"--once"_s});
+        const DnsdRun::Result result = runOnce();
         QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                           QFileDevice::ExeOwner);
         QCOMPARE(result.exitCode, 1);
@@ -152,33 +111,9 @@ private slots:
 #endif
     }
 
-    // SIGHUP while an editor has the settings file empty: it goes on with the
-    // settings it has, and says so.
-    void reload_emptySettings_keepsRunning()
-    {
-#ifdef Q_OS_WIN
-        QSKIP("Windows has no reload: a restart reads the settings");
-#else
-        QProcess run;
-        QVERIFY(m_dnsd->start(run, {}));
-        QString output;
-        QVERIFY2(said(run, output, u"refreshing"_s), qPrintable(output));
-        QFile file(RegistryStore::File());
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.close();
-        ::kill(static_cast<pid_t>(run.processId()), SIGHUP);
-        QVERIFY2(said(run, output, u"going on with the settings read before"_s),
-                 qPrintable(output));
-        QTest::qWait(500);
-        QCOMPARE(run.state(), QProcess::Running);
-        stop(run);
-        QVERIFY(run.waitForFinished(10000));
-        QCOMPARE(run.exitCode(), 0);
-#endif
-    }
-
-    // The first check follows the login; the line says when the next come.
-    void firstCheck_followsTheLogin()
+    // After a reboot the address has most likely moved. An editor may leave
+    // the settings empty at a SIGHUP: it goes on with those it has.
+    void firstCheck_followsTheLogin_reloadReadsTheSettings()
     {
         QVERIFY(m_service->setPublicIp(kNew));
         QProcess run;
@@ -188,8 +123,21 @@ private slots:
                  qPrintable(output));
         QVERIFY2(output.contains(u"3 automatic record(s): a check now, then every 60 s"_s),
                  qPrintable(output));
+#ifndef Q_OS_WIN
+        writeValues(kInit, {{ "RefreshRate", u"90"_s }});
+        ::kill(static_cast<pid_t>(run.processId()), SIGHUP);
+        QVERIFY2(said(run, output, u"every 90 s"_s), qPrintable(output));
+
+        QFile file(RegistryStore::File());
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.close();
+        ::kill(static_cast<pid_t>(run.processId()), SIGHUP);
+        QVERIFY2(said(run, output, u"going on with the settings read before"_s),
+                 qPrintable(output));
+        QTest::qWait(500);
+        QCOMPARE(run.state(), QProcess::Running);
+#endif
         stop(run);
-        QVERIFY(run.waitForFinished(10000));
     }
 };
 

@@ -13,9 +13,8 @@
 #include <windows.h>
 #endif
 
-// Runs the real veltrio-dnsd (VELTRIO_DNSD_BIN) for a test: against the
-// service at 127.0.0.1 on the settings file the test set up
-// (RegistryStore::File()), with its configuration and daily logs in folder.
+// Runs the real veltrio-dnsd (VELTRIO_DNSD_BIN) against the service at
+// 127.0.0.1 on RegistryStore::File(), its config and daily logs in folder.
 class DnsdRun
 {
 public:
@@ -40,8 +39,7 @@ public:
     QString configFile() const { return QDir(m_folder).filePath(QStringLiteral("veltrio.conf")); }
     QString logFolder() const { return QDir(m_folder).filePath(QStringLiteral("dnsd-logs")); }
 
-    // Runs the program through this command (its words, then the program
-    // and its options): unshare, for instance.
+    // Runs the program through this command (unshare, for instance).
     void setWrapper(const QStringList &wrapper) { m_wrapper = wrapper; }
 
     // Starts it with these options; false when there is no program to start.
@@ -74,7 +72,6 @@ public:
         return finish(process, 90000);
     }
 
-    // Waits for a started run to end.
     static Result finish(QProcess &process, int ms)
     {
         if (!process.waitForFinished(ms))
@@ -84,10 +81,7 @@ public:
                 QString::fromLocal8Bit(process.readAll())};
     }
 
-    // Asks the program to end, as a service manager or a person does:
-    // SIGTERM, on Windows the console's Ctrl-Break. False only under Wine,
-    // which sends no console control event (GenerateConsoleCtrlEvent fails
-    // there).
+    // SIGTERM or Ctrl-Break; false only under Wine.
     static bool askToEnd(QProcess &process)
     {
 #ifdef Q_OS_WIN
@@ -100,14 +94,6 @@ public:
     }
     static constexpr const char *kNoCtrlBreak =
         "Wine sends no console control event: GenerateConsoleCtrlEvent fails there";
-
-    // Ends the program at once, as kill -9 does (TerminateProcess on
-    // Windows), if it still runs.
-    static void kill(QProcess &process)
-    {
-        if (process.state() == QProcess::Running)
-            process.kill();
-    }
 
     // Every daily log's text.
     QString dailyLogs() const

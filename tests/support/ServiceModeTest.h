@@ -5,40 +5,38 @@
 
 #include <optional>
 
-// Base of the tests that run the real veltrio-dnsd against veltrio-service:
-// the program's runs, and what the service and the settings must hold
-// after them.
+// Base of the tests that run the real veltrio-dnsd against veltrio-service.
 class ServiceModeTest : public MainWindowTest
 {
 protected:
-    static inline const QString kAcmeAuto =
-        QStringLiteral("ACME.TEST;;A;;MAIL;;203.0.113.7~~ACME-SHOP.TEST;;PORT RELAY;;SHOP;;"
-                       "HTTP://203.0.113.7:8080/SHOP~~ACME-SHOP.TEST;;A;;@;;198.51.100.20~~");
-
     std::optional<DnsdRun> m_dnsd;
 
-    void startDnsd(QProcess &process, const QStringList &options)
-    {
-        QVERIFY2(m_dnsd->start(process, options), "VELTRIO_DNSD_BIN is not set");
-    }
-    DnsdRun::Result runDnsd(const QStringList &options) { return m_dnsd->run(options); }
-    static bool askToEnd(QProcess &process) { return DnsdRun::askToEnd(process); }
-    static constexpr const char *kNoCtrlBreak = DnsdRun::kNoCtrlBreak;
-    QString dailyLogs() const { return m_dnsd->dailyLogs(); }
+    DnsdRun::Result runOnce() { return m_dnsd->run({QStringLiteral("--once")}); }
 
-    void saveLogin(const QString &user)
+    // Reads what the running program printed until it holds part.
+    static bool said(QProcess &process, QString &output, const QString &part, int ms = 20000)
     {
-        writeValues(kInit, {{"bSaveLogin", 1}, {"Username", user}, {"Password", user}});
+        return QTest::qWaitFor(
+            [&] {
+                output += QString::fromLocal8Bit(process.readAll());
+                return output.contains(part);
+            },
+            ms);
+    }
+
+    void saveLogin(const QString &user, const QString &password = QString())
+    {
+        writeValues(kInit, {{"bSaveLogin", 1},
+                            {"Username", user},
+                            {"Password", password.isNull() ? user : password}});
     }
 
     // The entries of the account's saved automatic list, upper-cased.
     QStringList marks(const QString &user) const
     {
-        QStringList entries;
-        for (const QString &e :
-             readValue(userKey(user), "AutoIps").toUpper().split(QStringLiteral("~~")))
-            if (!e.isEmpty())
-                entries << e + QStringLiteral("~~");
+        QStringList entries = readValue(userKey(user), "AutoIps")
+                                  .toUpper()
+                                  .split(QStringLiteral("~~"), Qt::SkipEmptyParts);
         entries.sort();
         return entries;
     }
@@ -48,48 +46,41 @@ protected:
         return readValue(userKey(user), "Replaces") + readValue(userKey(user), "PendingAdds");
     }
 
-    // The acme account's three automatic records (mail, the shop's relay,
-    // acme-shop.test itself) and the free sub-domain automatic, last
-    // pointed at kOld.
+    // acme's mail, shop relay and acme-shop.test automatic; demo's free
+    // sub-domain automatic, last pointed at kOld.
     void markAutomatic()
     {
-        writeValues(userKey(QStringLiteral("acme")), {{"AutoIPs", kAcmeAuto}});
+        writeValues(userKey(QStringLiteral("acme")),
+                    {{"AutoIPs", QStringLiteral("ACME.TEST;;A;;MAIL;;203.0.113.7~~ACME-SHOP.TEST;;"
+                                                "PORT RELAY;;SHOP;;HTTP://203.0.113.7:8080/SHOP~~"
+                                                "ACME-SHOP.TEST;;A;;@;;198.51.100.20~~")}});
         writeValues(userKey(QStringLiteral("demo")), {{"bAutoIP", 1}, {"IPAddress", kOld}});
     }
 
-    // The records of the account when its automatic ones point at address,
-    // as "domain;;type;;name;;address", each once; the settings mark them
-    // and owe nothing.
+    // Every record once (keys match without regard to case), the automatic
+    // ones at address and marked, nothing owed.
     void verifyAt(const QString &user, const QString &address)
     {
-        QStringList held = m_service->stateRecords(user);
-        QStringList expected;
+        const auto upperSorted = [](QStringList list) {
+            for (QString &entry : list)
+                entry = entry.toUpper();
+            list.sort();
+            return list;
+        };
+        QStringList expected{QStringLiteral("dyn.veltrio.test;;A;;demo;;") + address};
         if (user == QStringLiteral("demo")) {
-            expected = {QStringLiteral("dyn.veltrio.test;;A;;demo;;") + address};
             QCOMPARE(readValue(userKey(user), "IPAddress"), address);
         } else {
-            const QString relay =
-                QStringLiteral("http://") + address + QStringLiteral(":8080/shop");
-            expected = {QStringLiteral("acme.test;;A;;@;;203.0.113.7"),
-                        QStringLiteral("acme.test;;A;;mail;;") + address,
-                        QStringLiteral("acme.test;;CNAME;;www;;acme.test"),
-                        QStringLiteral("acme.test;;MX;;@;;mail.acme.test"),
-                        QStringLiteral("acme-shop.test;;A;;@;;") + address,
-                        QStringLiteral("acme-shop.test;;PORT RELAY;;shop;;") + relay};
-            QStringList marked{
-                QStringLiteral("ACME.TEST;;A;;MAIL;;") + address + QStringLiteral("~~"),
-                QStringLiteral("ACME-SHOP.TEST;;PORT RELAY;;SHOP;;") + relay.toUpper() +
-                    QStringLiteral("~~"),
-                QStringLiteral("ACME-SHOP.TEST;;A;;@;;") + address + QStringLiteral("~~")};
-            marked.sort();
-            QCOMPARE(marks(user), marked);
+            expected = QStringList{QStringLiteral("acme.test;;A;;mail;;") + address,
+                                   QStringLiteral("acme-shop.test;;PORT RELAY;;shop;;http://") +
+                                       address + QStringLiteral(":8080/shop"),
+                                   QStringLiteral("acme-shop.test;;A;;@;;") + address};
+            QCOMPARE(marks(user), upperSorted(expected));
+            expected << QStringLiteral("acme.test;;A;;@;;203.0.113.7")
+                     << QStringLiteral("acme.test;;CNAME;;www;;acme.test")
+                     << QStringLiteral("acme.test;;MX;;@;;mail.acme.test");
         }
-        // Compared as the record list's keys are: without regard to case.
-        for (QStringList *list : {&held, &expected}) {
-            *list = list->join(u'\n').toUpper().split(u'\n');
-            list->sort();
-        }
-        QCOMPARE(held, expected);
+        QCOMPARE(upperSorted(m_service->stateRecords(user)), upperSorted(expected));
         QCOMPARE(owed(user), QString());
     }
 
@@ -114,9 +105,7 @@ protected:
     void verifySentOnce(const QString &output)
     {
         const QStringList commands = sent();
-        for (const QString &command : commands)
-            QVERIFY2(commands.count(command) == 1,
-                     qPrintable(QStringLiteral("sent twice: ") + command + QStringLiteral("\n") +
-                                output));
+        QVERIFY2(QSet<QString>(commands.cbegin(), commands.cend()).size() == commands.size(),
+                 qPrintable(commands.join(u'\n') + u'\n' + output));
     }
 };
