@@ -15,6 +15,7 @@ namespace {
 
 const QString kMailOld = u"mail=203.0.113.7"_s;
 const QString kMailNew = u"mail=198.51.100.50"_s;
+const QString kThird = u"198.51.100.70"_s;
 
 } // namespace
 
@@ -104,7 +105,8 @@ private slots:
             QCOMPARE(m_service->requests().size(), 1); // the login
         const bool unsent = setUp == "refuse add"_L1 || setUp == "hang"_L1;
         if (unsent || setUp == "garbled login"_L1)
-            QVERIFY2(m_dnsd->dailyLogs().contains(said), qPrintable(m_dnsd->dailyLogs()));
+            QVERIFY2(m_dnsd->dailyLogs().contains(said),
+                     qPrintable(m_dnsd->dailyLogs()));
         if (unsent) // owed to the next run, which sends it
             QVERIFY(!owed(u"acme"_s).isEmpty());
         if (setUp == "refuse add"_L1) {
@@ -222,8 +224,9 @@ private slots:
         if (setUp == "odd host"_L1) {
             const QString host = u"$(touch PWNED)"_s;
             QVERIFY(m_service->addRecord(user, u"acme.test"_s, host, u"192.0.2.9"_s));
-            writeValues(userKey(user), {{"AutoIPs", kAcmeAuto + u"ACME.TEST;;A;;"_s +
-                                                        host.toUpper() + u";;192.0.2.9~~"_s}});
+            writeValues(userKey(user),
+                        {{"AutoIPs", readValue(userKey(user), "AutoIPs") + u"ACME.TEST;;A;;"_s +
+                                         host.toUpper() + u";;192.0.2.9~~"_s}});
         }
         const QString hook = writeHook(
             "hook", "out=\"$0.out\"\n"
@@ -240,13 +243,13 @@ private slots:
         if (given != "setting"_L1)
             options << u"--on-change"_s << command;
         // A first run brings the records to the old address.
-        QCOMPARE(runDnsd(options).exitCode, 0);
+        QCOMPARE(m_dnsd->run(options).exitCode, 0);
         QFile::remove(hook + u".out"_s);
 
         QVERIFY(m_service->setPublicIp(kNew));
         if (setUp == "refuse add"_L1)
             QVERIFY(m_service->setNextReply(u"Error: Busy</p>"_s, u"RECORDADD&RecordType=A"_s));
-        const DnsdRun::Result run = runDnsd(options);
+        const DnsdRun::Result run = m_dnsd->run(options);
         QCOMPARE(run.exitCode, setUp == "refuse add"_L1 ? 1 : 0);
         const QString ran = QStringList{user, kOld, kNew, u"1"_s}.join(u'|') + u'\n' + records +
                             u'\n' + records + u'\n';
@@ -254,11 +257,11 @@ private slots:
         const QString ended =
             u"the on-change command %1 exited with 0: hook saw %2"_s.arg(hook, kNew);
         QVERIFY2(run.output.contains(ended), qPrintable(run.output));
-        QVERIFY2(dailyLogs().contains(ended), qPrintable(dailyLogs()));
+        QVERIFY2(m_dnsd->dailyLogs().contains(ended), qPrintable(m_dnsd->dailyLogs()));
         QVERIFY(!QFile::exists(u"PWNED"_s));
         if (setUp == "refuse add"_L1)
             return;
-        QCOMPARE(runDnsd(options).exitCode, 0);
+        QCOMPARE(m_dnsd->run(options).exitCode, 0);
         QCOMPARE(QString::fromUtf8(contentsOf(hook + u".out"_s)), ran);
     }
 
@@ -280,22 +283,21 @@ private slots:
         QVERIFY(m_service->setPublicIp(kNew));
         qputenv("VELTRIO_ON_CHANGE_LIMIT_MS", "15000");
         QProcess run;
-        startDnsd(run, {u"--every"_s, u"5"_s, u"--on-change"_s, hook});
+        QVERIFY(m_dnsd->start(run, {u"--every"_s, u"5"_s, u"--on-change"_s, hook}));
         qunsetenv("VELTRIO_ON_CHANGE_LIMIT_MS");
         QString output;
         QVERIFY(QTest::qWaitFor([&] { return QFile::exists(pids); }, 20000));
         QVERIFY(m_service->setPublicIp(kThird));
-        QVERIFY2(waitForOutput(run, output, u"mail.acme.test set to 198.51.100.70"_s),
-                 qPrintable(output));
+        QVERIFY2(said(run, output, u"mail.acme.test set to 198.51.100.70"_s), qPrintable(output));
         QVERIFY2(!output.contains(u"was ended"_s), qPrintable(output));
         const QString ended = u"the on-change command %1 did not end within 15 s and was ended: "
                               "hook for 198.51.100.50"_s.arg(hook);
-        QVERIFY2(waitForOutput(run, output, ended), qPrintable(output));
+        QVERIFY2(said(run, output, ended), qPrintable(output));
         QVERIFY(QTest::qWaitFor([&] { return contentsOf(pids).count('\n') == 2; }, 10000));
-        QVERIFY(askToEnd(run));
+        QVERIFY(DnsdRun::askToEnd(run));
         QVERIFY(run.waitForFinished(10000));
         QCOMPARE(run.exitCode(), 0);
-        QVERIFY(dailyLogs().contains(ended));
+        QVERIFY(m_dnsd->dailyLogs().contains(ended));
         // Nothing the commands started outlives them.
         const auto gone = [](const QByteArray &pid) {
             const QByteArray stat = contentsOf("/proc/"_L1 + QLatin1String(pid) + "/stat"_L1);
@@ -323,18 +325,18 @@ private slots:
         const QString hold = m_dir->filePath(u"hold"_s);
         qputenv("VELTRIO_HISTORY_WRITE_HOLD", QFile::encodeName(hold));
         QProcess killed;
-        startDnsd(killed, {u"--once"_s});
+        QVERIFY(m_dnsd->start(killed, {u"--once"_s}));
         qunsetenv("VELTRIO_HISTORY_WRITE_HOLD");
         QVERIFY(QTest::qWaitFor([&] { return QFile::exists(hold); }, 20000));
-        DnsdRun::kill(killed);
+        killed.kill();
         QVERIFY(killed.waitForFinished(10000));
         QCOMPARE(contentsOf(file.fileName()), kept);
 
         QVERIFY(m_service->setPublicIp(kThird));
-        QCOMPARE(runDnsd({u"--once"_s}).exitCode, 0);
+        QCOMPARE(m_dnsd->run({u"--once"_s}).exitCode, 0);
         QVERIFY(file.open(QIODevice::Append) && file.write("{\"time\":\"half") > 0);
         file.close();
-        const DnsdRun::Result printed = runDnsd({u"--history"_s});
+        const DnsdRun::Result printed = m_dnsd->run({u"--history"_s});
         QCOMPARE(printed.exitCode, 0);
         const QStringList lines = printed.output.split(u'\n', Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 500);
