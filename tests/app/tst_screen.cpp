@@ -172,22 +172,6 @@ private slots:
         QCOMPARE(m_seams->messages.size(), 2);
     }
 
-    void fill_reselects()
-    {
-        QVERIFY(showGrid());
-        fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
-        clickRow(0);
-        fill(u"b.test;;A;;x;;10.0.0.5~~A.TEST;;A;;WWW;;10.0.0.1"_s);
-        QVERIFY(m_w->lvDomainUser->selectionModel()->isRowSelected(1, {}));
-        fill(u"b.test;;A;;x;;10.0.0.5"_s);
-        QVERIFY(!m_w->lvDomainUser->selectionModel()->hasSelection());
-        // A record named "@" is remembered with an empty name: not selected again.
-        fill(u"a.test;;A;;www;;10.0.0.1~~a.test;;A;;@;;10.0.0.2"_s);
-        clickRow(1);
-        fill(u"a.test;;A;;@;;10.0.0.2"_s);
-        QVERIFY(!m_w->lvDomainUser->selectionModel()->hasSelection());
-    }
-
     // Every click flips the order, also on another column; cells sort as text.
     void sort_flip_data()
     {

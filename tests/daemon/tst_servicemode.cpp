@@ -38,33 +38,28 @@ private slots:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("said");
         QTest::addColumn<QString>("record"); // name=address the user's records hold after
-
-        QTest::newRow("address changed") << u"acme"_s << u"new address"_s << 0
-                                         << u"mail.acme.test set to 198.51.100.50"_s << kMailNew;
-        QTest::newRow("free sub-domain")
-            << u"demo"_s << u"new address"_s << 0
-            << u"demo.dyn.veltrio.test points at 198.51.100.50"_s << u"demo=198.51.100.50"_s;
-        QTest::newRow("--check prints and changes nothing")
-            << u"acme"_s << u"check"_s << 0 << u"mail.acme.test A 203.0.113.7"_s << kMailOld;
-        QTest::newRow("add refused") << u"acme"_s << u"refuse add"_s << 1
-                                     << u"Could not Set IP for mail.acme.test"_s << QString();
-        QTest::newRow("connection closed after the add")
-            << u"acme"_s << u"close after add"_s << 1
-            << u"Still to add, at every check: mail.acme.test"_s << kMailNew;
-        QTest::newRow("wrong password") << u"acme"_s << u"wrong password"_s << 2
-                                        << u"Invalid Username or Password."_s << kMailOld;
-        QTest::newRow("expired account")
-            << u"expired"_s << QString() << 2 << u"Your Account has expired"_s << QString();
-        QTest::newRow("service stopped")
-            << u"acme"_s << u"stop service"_s << 3 << u"Error contacting server."_s << QString();
-        QTest::newRow("garbled login reply")
-            << u"acme"_s << u"garbled login"_s << 3
-            << u"acme: the service's login reply could not be read"_s << QString();
-        QTest::newRow("record commands hang")
-            << u"acme"_s << u"hang"_s << 3 << u"acme: the run did not end within 6 s"_s
-            << QString();
-        QTest::newRow("no saved login")
-            << u"acme"_s << u"no saved login"_s << 4 << u"No saved login"_s << kMailOld;
+        const auto row = [](const char *tag, const char *user, const char *setUp, int exitCode,
+                            const char *said, const QString &record) {
+            QTest::newRow(tag) << QString::fromUtf8(user) << QString::fromUtf8(setUp) << exitCode
+                               << QString::fromUtf8(said) << record;
+        };
+        row("address changed", "acme", "new address", 0, "mail.acme.test set to 198.51.100.50",
+            kMailNew);
+        row("free sub-domain", "demo", "new address", 0,
+            "demo.dyn.veltrio.test points at 198.51.100.50", u"demo=198.51.100.50"_s);
+        row("--check prints and changes nothing", "acme", "check", 0,
+            "mail.acme.test A 203.0.113.7", kMailOld);
+        row("add refused", "acme", "refuse add", 1, "Could not Set IP for mail.acme.test", {});
+        row("connection closed after the add", "acme", "close after add", 1,
+            "Still to add, at every check: mail.acme.test", kMailNew);
+        row("wrong password", "acme", "wrong password", 2, "Invalid Username or Password.",
+            kMailOld);
+        row("expired account", "expired", "", 2, "Your Account has expired", {});
+        row("service stopped", "acme", "stop service", 3, "Error contacting server.", {});
+        row("garbled login reply", "acme", "garbled login", 3,
+            "acme: the service's login reply could not be read", {});
+        row("record commands hang", "acme", "hang", 3, "acme: the run did not end within 6 s", {});
+        row("no saved login", "acme", "no saved login", 4, "No saved login", kMailOld);
     }
     void once()
     {
@@ -105,8 +100,7 @@ private slots:
             QCOMPARE(m_service->requests().size(), 1); // the login
         const bool unsent = setUp == "refuse add"_L1 || setUp == "hang"_L1;
         if (unsent || setUp == "garbled login"_L1)
-            QVERIFY2(m_dnsd->dailyLogs().contains(said),
-                     qPrintable(m_dnsd->dailyLogs()));
+            QVERIFY2(m_dnsd->dailyLogs().contains(said), qPrintable(m_dnsd->dailyLogs()));
         if (unsent) // owed to the next run, which sends it
             QVERIFY(!owed(u"acme"_s).isEmpty());
         if (setUp == "refuse add"_L1) {
@@ -192,23 +186,18 @@ private slots:
         QTest::addColumn<QString>("records");
         const QString acme = u"mail.acme.test A ok\nshop.acme-shop.test PORT RELAY ok\n"
                              "acme-shop.test A ok"_s;
-        QTest::newRow("own domains, the setting") << "acme"
-                                                  << "setting"
-                                                  << "" << acme;
-        QTest::newRow("free sub-domain, the option over the setting")
-            << "demo"
-            << "both"
-            << ""
-            << "demo.dyn.veltrio.test A ok";
-        QTest::newRow("add refused")
-            << "acme"
-            << "option"
-            << "refuse add"
-            << QString(acme).replace(u"mail.acme.test A ok"_s, u"mail.acme.test A failed: Busy"_s);
-        QTest::newRow("shell characters in a host name")
-            << "acme"
-            << "option"
-            << "odd host" << acme + u"\n$(touch PWNED).acme.test A ok"_s;
+        const auto row = [](const char *tag, const char *user, const char *given, const char *setUp,
+                            const QString &records) {
+            QTest::newRow(tag) << QString::fromUtf8(user) << QString::fromUtf8(given)
+                               << QString::fromUtf8(setUp) << records;
+        };
+        row("own domains, the setting", "acme", "setting", "", acme);
+        row("free sub-domain, the option over the setting", "demo", "both", "",
+            u"demo.dyn.veltrio.test A ok"_s);
+        row("add refused", "acme", "option", "refuse add",
+            QString(acme).replace(u"mail.acme.test A ok"_s, u"mail.acme.test A failed: Busy"_s));
+        row("shell characters in a host name", "acme", "option", "odd host",
+            acme + u"\n$(touch PWNED).acme.test A ok"_s);
     }
     void onChange_runsOnceForACheckThatChangedRecords()
     {

@@ -34,37 +34,6 @@ private slots:
                                            "     Error Description:  Bad\r\n\r\n"));
     }
 
-    void logError_pruning_data()
-    {
-        QTest::addColumn<int>("files");
-        QTest::addColumn<int>("left"); // old logs left after the entry is written
-        QTest::newRow("30 are left alone") << 30 << 30;
-        QTest::newRow("31 keep the 29 youngest") << 31 << 29;
-    }
-    void logError_pruning()
-    {
-        QFETCH(int, files);
-        QFETCH(int, left);
-        TestSeams seams;
-        QTemporaryDir tmp;
-        const QDir dir(tmp.path());
-        // One log a day back from yesterday, and a file that is no log.
-        const auto makeLog = [&](const QString &name, int daysOld) {
-            QFile f(dir.filePath(name));
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            QVERIFY(f.setFileTime(seams.now.addDays(-daysOld), QFileDevice::FileModificationTime));
-        };
-        for (int i = 1; i <= files; ++i)
-            makeLog(u"TidewellApp_old%1.log"_s.arg(i), i);
-        makeLog(u"other.log"_s, 400);
-        basErr::LogError(tmp.path(), u"1"_s, u"x()"_s, u"s"_s, u"d"_s);
-        const QStringList old = dir.entryList({u"TidewellApp_old*.log"_s});
-        QCOMPARE(old.size(), left);
-        for (int i = 1; i <= left; ++i)
-            QVERIFY(old.contains(u"TidewellApp_old%1.log"_s.arg(i)));
-        QVERIFY(dir.exists(u"other.log"_s) && dir.exists(u"TidewellApp_1122.log"_s));
-    }
-
     void reportError_showsBoxEvenWhenLogCannotBeWritten()
     {
         TestSeams seams;

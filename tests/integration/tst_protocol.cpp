@@ -258,27 +258,6 @@ private slots:
         QVERIFY(basDNS::IsSuccess(basDNS::OpenRequest(query)));
     }
 
-    // Requests go through the proxy the environment names, as other programs'
-    // do: the service itself stands in as the proxy for a host name that
-    // resolves nowhere.
-    void systemProxy_isUsed()
-    {
-#ifdef Q_OS_WIN
-        QSKIP("Windows' system proxy is the one of its Internet Options, not http_proxy");
-#endif
-        const QByteArray saved = qgetenv("http_proxy");
-        qputenv("http_proxy",
-                QStringLiteral("http://127.0.0.1:%1").arg(m_service.httpPort()).toLatin1());
-        ProgramWide::sServiceURL = QStringLiteral("http://update.veltrio.test/dnslogin3.asp");
-        const QString reply = basDNS::OpenRequest(QStringLiteral("?FXN=GetIPAddress&Usr=acme"));
-        if (saved.isNull())
-            qunsetenv("http_proxy");
-        else
-            qputenv("http_proxy", saved);
-        QVERIFY(basDNS::IsSuccess(reply));
-        QCOMPARE(m_service.requests(), QStringList{QStringLiteral("FXN=GetIPAddress&Usr=acme")});
-    }
-
     void malformedReply_isTrappedAndWindowEnabledAgain()
     {
         TestSeams seams;

@@ -284,10 +284,7 @@ private slots:
         const char *login =
             "txtPassword,chkSaveLogin,cmdLogin,cmdExit,llblRegister,imgHelpDomain,txtUsername";
         row("no password", QStringLiteral("type txtUsername=demo; key Return"), "frmLogin", login);
-        row("no user name", QStringLiteral("type txtPassword=demo; key Return"), "frmLogin",
-            "txtUsername,txtPassword,chkSaveLogin,cmdLogin,cmdExit,llblRegister,imgHelpDomain");
         row("expiry notice", expired, "frameExpire", "cmdExpireOK,lblExpire");
-        row("expiry notice, Escape", expired + QStringLiteral("; key Escape"), "frmLogin", login);
         row("advanced panel", QStringLiteral("menu mnuAdvanced"), "frameAdvanced",
             "cboPorts,chkSSL,cboRefreshRate,cmdOKAdvanced");
         row("advanced panel, Return in the rate",
@@ -319,22 +316,6 @@ private slots:
         QCOMPARE(paths.join(u','), opened);
         // Only the expired account's login went out.
         QCOMPARE(m_service.requests().size(), steps.contains(QLatin1String("expired")) ? 1 : 0);
-    }
-
-    void exitStopsAtTheMainWindow()
-    {
-        QPointer<QWidget> main = new QWidget;
-        main->setObjectName(QStringLiteral("frmMain"));
-        Windows::Track(main);
-        newLogin();
-        QTest::mouseClick(m_login->Label4, Qt::LeftButton);
-        QVERIFY(ProgramWide::bSkipClosePrompt);
-        // The main window takes the others along when it unloads.
-        QCOMPARE(Windows::Loaded(), QList<QWidget *>{m_login.data()});
-        QTRY_VERIFY(main.isNull());
-        QTest::mouseClick(m_login->Label4, Qt::LeftButton);
-        QCOMPARE(Windows::Loaded(), QList<QWidget *>());
-        QTRY_VERIFY(m_login.isNull());
     }
 };
 

@@ -1,9 +1,7 @@
 #include "ServiceConfig.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -55,26 +53,6 @@ private slots:
         if (!caFile.isEmpty() && QDir::isRelativePath(caFile))
             caFile = tmp.filePath(caFile);
         QCOMPARE(QDir::cleanPath(config.caCertificates), QDir::cleanPath(caFile));
-    }
-
-    void defaultFile_besideProgramBeforeConfigFolder()
-    {
-        const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
-        const QString inConfig = QDir(folder).filePath(u"veltrio.conf"_s);
-        const QString beside =
-            QDir(QCoreApplication::applicationDirPath()).filePath(u"veltrio.conf"_s);
-        QVERIFY(QDir().mkpath(folder) && !QFile::exists(beside));
-        QFile::remove(inConfig);
-        auto cleanup = qScopeGuard([&] {
-            QFile::remove(inConfig);
-            QFile::remove(beside);
-        });
-
-        QCOMPARE(ServiceConfig::DefaultFile(), QString());
-        QVERIFY(write(inConfig, "[Service]\n"));
-        QCOMPARE(ServiceConfig::DefaultFile(), inConfig);
-        QVERIFY(write(beside, "[Service]\n"));
-        QCOMPARE(ServiceConfig::DefaultFile(), beside);
     }
 };
 

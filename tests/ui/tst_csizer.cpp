@@ -92,24 +92,6 @@ private slots:
         sizer.Resize();
         QCOMPARE(control->pos(), QPoint(160, 50));
     }
-
-    void resize_belowMinimum_data()
-    {
-        QTest::addColumn<bool>("minimised");
-        QTest::newRow("snaps back before placing") << false;
-        QTest::newRow("minimised: left alone") << true;
-    }
-    void resize_belowMinimum()
-    {
-        QFETCH(bool, minimised);
-        sizer.Create(form.get(), FormSize.height() * 15, FormSize.width() * 15);
-        QWidget *control = add(QRect(100, 50, 80, 40), 15);
-        if (minimised)
-            form->setWindowState(Qt::WindowMinimized);
-        resizeTo(QSize(250, 150));
-        QCOMPARE(form->size(), minimised ? QSize(250, 150) : FormSize);
-        QCOMPARE(control->geometry(), QRect(100, 50, 80, minimised ? 40 : 39));
-    }
 };
 
 QTEST_MAIN(TestCSizer)
