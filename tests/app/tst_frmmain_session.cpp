@@ -2,6 +2,7 @@
 // submission, saving, its questions, log-off, and the keyboard.
 #include "KeyboardSteps.h"
 #include "MainWindowTest.h"
+#include "TestTable.h"
 
 #include "Application.h"
 #include "Twips.h"
@@ -16,19 +17,6 @@ using namespace Qt::StringLiterals;
 class TestFrmMainSession : public MainWindowTest
 {
     Q_OBJECT
-
-    // Text columns, one row per tag and "field|field|...".
-    static void table(std::initializer_list<const char *> columns,
-                      std::initializer_list<std::pair<const char *, const char *>> rows)
-    {
-        for (const char *column : columns)
-            QTest::addColumn<QString>(column);
-        for (const auto &[tag, fields] : rows) {
-            QTestData &row = QTest::newRow(tag);
-            for (const QString &field : QString::fromUtf8(fields).split(u'|'))
-                row << field;
-        }
-    }
 
     frmMain *activeWindow(const QString &user)
     {
@@ -295,53 +283,54 @@ private slots:
     // shows, in reading order, its help last); asked: the first box's first line.
     void keys_data()
     {
-        table({"user", "steps", "panel", "focus", "commands", "asked"},
-              {
-                  {"grid: Tab", "acme||frameGrid|lvDomainUser,cmdAddGrid,cmdEditGrid,cmdDeleteGrid,"
-                                "cmdAdvancedDomain,imgHelpGrid||"},
-                  {"new record: Tab",
-                   "acme|click cmdAddGrid|frameOtherDomain|txtCName,txtServerIP,chkDomainAutoIP,"
-                   "cmdServerIP,cmdCancel,imgHelpDomain,cboDomain,cboRecordType||"},
-                  {"editing a port relay: Tab",
-                   "acme|select shop; click cmdEditGrid|frameOtherDomain|txtServerIP,txtPort,"
-                   "chkDomainAutoIP,cmdServerIP,cmdCancel,imgHelpDomain,cboDomain,cboRecordType,"
-                   "txtCName||"},
-                  {"advanced, own domains: Tab",
-                   "acme|click cmdAdvancedDomain|frameAdvanced|cboPorts,chkService,cboRefreshRate,"
-                   "chkSSL,cmdOKAdvanced||"},
-                  {"free sub-domain: Tab",
-                   "demo||frameVeltrioDomain|txtVeltrioIP,chkAutoIP,cmdVeltrioSetIP,"
-                   "cmdAdvancedFree,imgHelpFree||"},
-                  {"advanced, free sub-domain: Tab",
-                   "demo|click cmdAdvancedFree|frameAdvanced|cboPorts,chkService,cboRefreshRate,"
-                   "chkSSL,chkFTP,chkWWW,chkIRC,chkTelnet,chkPCAW,chkVNC,chkMail,chkMX,"
-                   "cmdOKAdvanced||"},
-                  {"grid: Return edits the selected row",
-                   "acme|select www; key Return|frameOtherDomain|txtServerIP||"},
-                  {"grid: Return without a selection says so",
-                   "acme|focus lvDomainUser; key Return|frameGrid|lvDomainUser||"
-                   "Please select a row"},
-                  {"grid: Delete asks, then deletes",
-                   "acme|select www; key Delete|frameGrid|lvDomainUser|RECORDDELETE|"
-                   "Are you sure you want to delete the selected record?"},
-                  {"editor: Return in a box adds",
-                   "acme|new vpn; key Return|frameGrid|lvDomainUser|RECORDADD|"
-                   "Transaction Complete:"},
-                  {"editor: keypad Enter in the domain box adds",
-                   "acme|new vpn; focus cboDomain; key Enter|frameGrid|lvDomainUser|RECORDADD|"
-                   "Transaction Complete:"},
-                  {"editor: Escape cancels", "acme|new vpn; key Escape|frameGrid|lvDomainUser||"},
-                  {"editor: Return on Cancel cancels",
-                   "acme|new vpn; focus cmdCancel; key Return|frameGrid|lvDomainUser||"},
-                  {"advanced: Escape is Done",
-                   "acme|click cmdAdvancedDomain; key Escape|frameGrid|lvDomainUser||"},
-                  {"free: Return sets the address",
-                   "demo|focus txtVeltrioIP; key Return|frameVeltrioDomain|txtVeltrioIP|"
-                   "RECORDADD|Transaction Complete:"},
-                  {"free advanced: Escape is Done",
-                   "demo|click cmdAdvancedFree; focus chkMX; key Escape|frameVeltrioDomain|"
-                   "txtVeltrioIP||"},
-              });
+        TextTable(
+            {"user", "steps", "panel", "focus", "commands", "asked"},
+            {
+                {"grid: Tab", "acme||frameGrid|lvDomainUser,cmdAddGrid,cmdEditGrid,cmdDeleteGrid,"
+                              "cmdAdvancedDomain,imgHelpGrid||"},
+                {"new record: Tab",
+                 "acme|click cmdAddGrid|frameOtherDomain|txtCName,txtServerIP,chkDomainAutoIP,"
+                 "cmdServerIP,cmdCancel,imgHelpDomain,cboDomain,cboRecordType||"},
+                {"editing a port relay: Tab",
+                 "acme|select shop; click cmdEditGrid|frameOtherDomain|txtServerIP,txtPort,"
+                 "chkDomainAutoIP,cmdServerIP,cmdCancel,imgHelpDomain,cboDomain,cboRecordType,"
+                 "txtCName||"},
+                {"advanced, own domains: Tab",
+                 "acme|click cmdAdvancedDomain|frameAdvanced|cboPorts,chkService,cboRefreshRate,"
+                 "chkSSL,cmdOKAdvanced||"},
+                {"free sub-domain: Tab",
+                 "demo||frameVeltrioDomain|txtVeltrioIP,chkAutoIP,cmdVeltrioSetIP,"
+                 "cmdAdvancedFree,imgHelpFree||"},
+                {"advanced, free sub-domain: Tab",
+                 "demo|click cmdAdvancedFree|frameAdvanced|cboPorts,chkService,cboRefreshRate,"
+                 "chkSSL,chkFTP,chkWWW,chkIRC,chkTelnet,chkPCAW,chkVNC,chkMail,chkMX,"
+                 "cmdOKAdvanced||"},
+                {"grid: Return edits the selected row",
+                 "acme|select www; key Return|frameOtherDomain|txtServerIP||"},
+                {"grid: Return without a selection says so",
+                 "acme|focus lvDomainUser; key Return|frameGrid|lvDomainUser||"
+                 "Please select a row"},
+                {"grid: Delete asks, then deletes",
+                 "acme|select www; key Delete|frameGrid|lvDomainUser|RECORDDELETE|"
+                 "Are you sure you want to delete the selected record?"},
+                {"editor: Return in a box adds",
+                 "acme|new vpn; key Return|frameGrid|lvDomainUser|RECORDADD|"
+                 "Transaction Complete:"},
+                {"editor: keypad Enter in the domain box adds",
+                 "acme|new vpn; focus cboDomain; key Enter|frameGrid|lvDomainUser|RECORDADD|"
+                 "Transaction Complete:"},
+                {"editor: Escape cancels", "acme|new vpn; key Escape|frameGrid|lvDomainUser||"},
+                {"editor: Return on Cancel cancels",
+                 "acme|new vpn; focus cmdCancel; key Return|frameGrid|lvDomainUser||"},
+                {"advanced: Escape is Done",
+                 "acme|click cmdAdvancedDomain; key Escape|frameGrid|lvDomainUser||"},
+                {"free: Return sets the address",
+                 "demo|focus txtVeltrioIP; key Return|frameVeltrioDomain|txtVeltrioIP|"
+                 "RECORDADD|Transaction Complete:"},
+                {"free advanced: Escape is Done",
+                 "demo|click cmdAdvancedFree; focus chkMX; key Escape|frameVeltrioDomain|"
+                 "txtVeltrioIP||"},
+            });
     }
     void keys()
     {
@@ -371,17 +360,17 @@ private slots:
     // A refused add keeps the editor; sending again adds, and deletes nothing more.
     void refusedAdd_keepsTheEditor_data()
     {
-        table({"steps", "address", "first", "again", "kept"},
-              {
-                  {"new record", "new vpn|198.51.100.5|RECORDADD|RECORDADD|vpn=198.51.100.5"},
-                  {"edited record",
-                   "select mail; click cmdEditGrid; type txtServerIP=198.51.100.9|198.51.100.9|"
-                   "RECORDDELETE,RECORDADD|RECORDADD|mail=198.51.100.9"},
-                  // The relay's port stays in its own box, not in the address.
-                  {"edited port relay",
-                   "select shop; click cmdEditGrid; type txtPort=8081|http://203.0.113.7/shop|"
-                   "RECORDDELETE,RECORDADD|RECORDADD|shop=http://203.0.113.7:8081/shop"},
-              });
+        TextTable({"steps", "address", "first", "again", "kept"},
+                  {
+                      {"new record", "new vpn|198.51.100.5|RECORDADD|RECORDADD|vpn=198.51.100.5"},
+                      {"edited record",
+                       "select mail; click cmdEditGrid; type txtServerIP=198.51.100.9|198.51.100.9|"
+                       "RECORDDELETE,RECORDADD|RECORDADD|mail=198.51.100.9"},
+                      // The relay's port stays in its own box, not in the address.
+                      {"edited port relay",
+                       "select shop; click cmdEditGrid; type txtPort=8081|http://203.0.113.7/shop|"
+                       "RECORDDELETE,RECORDADD|RECORDADD|shop=http://203.0.113.7:8081/shop"},
+                  });
     }
     void refusedAdd_keepsTheEditor()
     {

@@ -2,6 +2,7 @@
 // 900 pixels at a scale of 2 leave 960 x 450): the grid, the editor, and how
 // the windows are drawn.
 #include "TestSeams.h"
+#include "TestTable.h"
 #include "frmAbout.h"
 #include "frmLogin.h"
 #include "frmMain.h"
@@ -72,19 +73,6 @@ class TestScreen : public QObject
     std::optional<TestSeams> m_seams;
     QPalette m_light;
     std::unique_ptr<frmMain> m_w;
-
-    // Text columns, one row per tag and "field|field|...".
-    static void table(std::initializer_list<const char *> columns,
-                      std::initializer_list<std::pair<const char *, const char *>> rows)
-    {
-        for (const char *column : columns)
-            QTest::addColumn<QString>(column);
-        for (const auto &[tag, fields] : rows) {
-            QTestData &row = QTest::newRow(tag);
-            for (const QString &field : QString::fromUtf8(fields).split(u'|'))
-                row << field;
-        }
-    }
 
     // One column of the grid, top to bottom, joined by commas.
     QString column(int c) const
@@ -175,9 +163,10 @@ private slots:
     // Every click flips the order, also on another column; cells sort as text.
     void sort_flip_data()
     {
-        table({"clicks", "order"}, {{"one click: descending", "3|10.0.0.9,10.0.0.10,10.0.0.1"},
-                                    {"two clicks: ascending", "3,3|10.0.0.1,10.0.0.10,10.0.0.9"},
-                                    {"other column after descending", "3,2|a,b,c"}});
+        TextTable({"clicks", "order"},
+                  {{"one click: descending", "3|10.0.0.9,10.0.0.10,10.0.0.1"},
+                   {"two clicks: ascending", "3,3|10.0.0.1,10.0.0.10,10.0.0.9"},
+                   {"other column after descending", "3,2|a,b,c"}});
     }
     void sort_flip()
     {
@@ -199,32 +188,33 @@ private slots:
     // An empty message: accepted; an empty name or address after: unchanged.
     void editor_validation_data()
     {
-        table({"domain", "type", "name", "address", "port", "message", "nameAfter", "addressAfter"},
-              {
-                  {"no domain", " |A|x|1.2.3.4||Domain must be filled in||"},
-                  {"dotted name first", "d|A|a.b|||Invalid Name.  No Dots allowed.||"},
-                  {"no address", "d|A|x|  ||IP Address must be filled in||"},
-                  {"three pieces", "d|A|x|1.2.3||Invalid IP address||"},
-                  {"five pieces", "d|A|root|1.2.3.4.5||Invalid IP address|@|"},
-                  {"256", "d|A|x|1.2.3.256||Invalid IP address||"},
-                  {"empty piece", "d|A|x|1.2..4||Invalid IP address||"},
-                  {"zeros", "d|A|ROOT|0.0.0.0|||@|"},
-                  {"max", "d|A|x|255.255.255.255||||"},
-                  {"CNAME unchecked", "d|CNAME|www|host.test||||"},
-                  {"relay scheme",
-                   "d|Port Relay|r|ftp://h||Invalid Relay Address.  Must Begin with HTTP://||"},
-                  {"relay slash", "d|Port Relay|r|http:///x||Invalid Relay Address.||"},
-                  {"relay short", "d|PORT RELAY|Root|http://a||Invalid Relay Address.||"},
-                  {"relay backslashes", "d|Port Relay|r|HTTP:\\\\host\\path||||HTTP://host/path"},
-                  {"port text", "d|Port Relay|r|http://hh|8o|Port must be numeric.||"},
-                  {"port 10000",
-                   "d|Port Relay|r|http://hh|10000|Invalid Port. Must be between 0 and 9999||"},
-                  {"port -1",
-                   "d|Port Relay|r|http://hh|-1|Invalid Port. Must be between 0 and 9999||"},
-                  {"colon",
-                   "d|Port Relay|r|http://host:8080||Invalid Relay Address. No colons allowed.||"},
-                  {"port 9999", "d|Port Relay|r|http://host/p|9999|||"},
-              });
+        TextTable(
+            {"domain", "type", "name", "address", "port", "message", "nameAfter", "addressAfter"},
+            {
+                {"no domain", " |A|x|1.2.3.4||Domain must be filled in||"},
+                {"dotted name first", "d|A|a.b|||Invalid Name.  No Dots allowed.||"},
+                {"no address", "d|A|x|  ||IP Address must be filled in||"},
+                {"three pieces", "d|A|x|1.2.3||Invalid IP address||"},
+                {"five pieces", "d|A|root|1.2.3.4.5||Invalid IP address|@|"},
+                {"256", "d|A|x|1.2.3.256||Invalid IP address||"},
+                {"empty piece", "d|A|x|1.2..4||Invalid IP address||"},
+                {"zeros", "d|A|ROOT|0.0.0.0|||@|"},
+                {"max", "d|A|x|255.255.255.255||||"},
+                {"CNAME unchecked", "d|CNAME|www|host.test||||"},
+                {"relay scheme",
+                 "d|Port Relay|r|ftp://h||Invalid Relay Address.  Must Begin with HTTP://||"},
+                {"relay slash", "d|Port Relay|r|http:///x||Invalid Relay Address.||"},
+                {"relay short", "d|PORT RELAY|Root|http://a||Invalid Relay Address.||"},
+                {"relay backslashes", "d|Port Relay|r|HTTP:\\\\host\\path||||HTTP://host/path"},
+                {"port text", "d|Port Relay|r|http://hh|8o|Port must be numeric.||"},
+                {"port 10000",
+                 "d|Port Relay|r|http://hh|10000|Invalid Port. Must be between 0 and 9999||"},
+                {"port -1",
+                 "d|Port Relay|r|http://hh|-1|Invalid Port. Must be between 0 and 9999||"},
+                {"colon",
+                 "d|Port Relay|r|http://host:8080||Invalid Relay Address. No colons allowed.||"},
+                {"port 9999", "d|Port Relay|r|http://host/p|9999|||"},
+            });
     }
     void editor_validation()
     {
