@@ -5,8 +5,6 @@
 
 #include "StatusFiles.h"
 
-#include <QElapsedTimer>
-
 #ifndef Q_OS_WIN
 #include <csignal>
 #include <unistd.h>
@@ -53,14 +51,11 @@ private slots:
         QVERIFY(m_dnsd->start(run, {}));
         QVERIFY(QTest::qWaitFor([&] { return m_service->requests().join(u'\n').contains(hanging); },
                                 20000));
-        QElapsedTimer stopping;
-        stopping.start();
         if (!DnsdRun::askToEnd(run)) {
             run.kill();
             QSKIP(DnsdRun::kNoCtrlBreak);
         }
         QVERIFY2(run.waitForFinished(10000), "still running 10 s after SIGTERM");
-        QVERIFY(stopping.elapsed() < 10000);
         QCOMPARE(run.exitCode(), 0);
         QCOMPARE(owed(u"acme"_s).contains(kNew), hanging.startsWith(u"DNS"_s));
     }
